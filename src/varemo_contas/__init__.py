@@ -1,0 +1,1 @@
+"""Plano de Contas: the chart-of-accounts module of the Varemo suite."""
