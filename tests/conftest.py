@@ -125,7 +125,93 @@ def _isolated(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Iterator[None]
     settings_dir = tmp_path / "_settings"
     settings_dir.mkdir()
     QSettings.setDefaultFormat(QSettings.Format.IniFormat)
-    QSettings.setPath(
-        QSettings.Format.IniFormat, QSettings.Scope.UserScope, str(settings_dir)
-    )
+    QSettings.setPath(QSettings.Format.IniFormat, QSettings.Scope.UserScope, str(settings_dir))
     yield
+
+
+# --- a small seeded company, known row by row -------------------------------------
+
+SEED_SQL = """
+INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo)
+    VALUES ('  Padaria Teste Ltda  ', 0, 1, 0);
+INSERT INTO NivelCategoria0 (Codigo, Nome) VALUES (1, 'Receitas'), (2, 'Despesas'), (3, 'Vazia');
+INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0, Travado) VALUES
+    (1, 'Receitas Clientes', 1, 1),
+    (2, 'Despesas Fornecedores', 2, 1),
+    (3, 'Despesas Administrativas', 2, NULL),
+    (4, 'Receitas Financeiras', 1, 0);
+INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1, Travado) VALUES
+    (1, 'Vendas Produtos', 1, 1),
+    (2, 'Vendas Insumos', 1, 0),
+    (3, 'Fornecedores Produtos', 2, 1),
+    (4, 'Fornecedores Insumos', 2, 0),
+    (5, 'Ocupação', 3, NULL),
+    (6, 'Vendas Produtos', 4, 0);
+INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES
+    (1, 'Pães', 1),
+    (2, 'Farinhas', 2),
+    (3, 'Pães', 3),
+    (4, 'Farinhas', 4),
+    (5, 'Aluguel e condomínio', 5),
+    (6, 'Energia', 5),
+    (7, 'Aplicações', 6);
+INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3, CodigoProduto, Marca) VALUES
+    (1, 'Pão francês', 1, 1, 0),
+    (2, 'Baguete', 1, 2, 0),
+    (3, 'Farinha de trigo', 2, 0, 0),
+    (4, 'Pão francês', 3, 1, 0),
+    (5, 'Farinha de trigo', 4, 3, 0),
+    (6, 'Aluguel da loja', 5, 0, 0),
+    (7, 'Condomínio', 5, 0, 0),
+    (8, 'Conta de luz', 6, 0, 0),
+    (9, 'CDB', 7, 0, 0);
+INSERT INTO Linhas (CodigoLinha, NomeLinha, Insumo) VALUES
+    (1, 'Pães', 0), (2, 'Farinhas', 1), (3, 'Sorvetes', 0), (4, NULL, 0);
+INSERT INTO Produtos (CodigoProduto, CodigoLinha, NomeProduto) VALUES
+    (1, 1, 'Pão francês'), (2, 1, 'Baguete'), (3, 2, 'Farinha de trigo'), (4, 1, NULL);
+INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES
+    (1, '2026-03-01', 1), (2, '2026-03-15', 1), (3, '2026-03-31', 1), (4, '2026-03-10', 0),
+    (5, '2026-04-01', 1);
+INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, PrecoUnit, QdeComprada)
+    VALUES
+    (1, 1, 1, 1, 0.5, 100), (2, 1, 1, 1, 0.5, 40), (3, 2, 1, 1, 8.0, 3),
+    (4, 1, 1, 1, 0.5, 999), (5, 1, 1, 1, 0.5, 7), (2, 9, 4, 0, 120.0, 1);
+INSERT INTO Compra (Codigo, DataDocumento) VALUES (1, '2026-03-05'), (2, '2026-03-20');
+INSERT INTO CompraProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, PrecoUnit, QdeComprada)
+    VALUES
+    (1, 3, 2, 1, 150.0, 2), (1, 6, 3, 0, 2500.0, 1), (2, 8, 3, 0, 420.5, 1);
+INSERT INTO Relatorios (CodigoRelatorio, NomeRelatorio) VALUES (1, 'Resultado Mensal');
+INSERT INTO RelatorioItens (CodigoRelatorio, Nivel, CodigoConta, Imagem) VALUES
+    (1, 'N0', 2, 2), (1, 'N1', 3, 3), (1, 'N2', 5, 3), (1, 'N3', 5, 3), (1, 'N3', 6, 3),
+    (1, 'N4', 6, 3), (1, 'N4', 7, 3), (1, 'N4', 8, 3);
+"""
+
+
+def build_seeded_database(path: str) -> str:
+    """Create the schema and the small known company at `path`."""
+    import sqlite3
+
+    from varemo_contas.data import schema
+
+    schema.create_database(path)
+    connection = sqlite3.connect(path)
+    try:
+        connection.executescript(SEED_SQL)
+        connection.commit()
+    finally:
+        connection.close()
+    return path
+
+
+@pytest.fixture
+def seeded_path(tmp_path: Path) -> str:
+    return build_seeded_database(str(tmp_path / "empresa.mdb"))
+
+
+@pytest.fixture
+def db(seeded_path: str) -> Iterator[object]:
+    from varemo_contas.data.dao import Database
+
+    database = Database.open(seeded_path)
+    yield database
+    database.close()
