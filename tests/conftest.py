@@ -215,3 +215,47 @@ def db(seeded_path: str) -> Iterator[object]:
     database = Database.open(seeded_path)
     yield database
     database.close()
+
+
+@dataclass
+class Installation:
+    """A program folder with "Caminho.dad" and a data folder holding the seeded company."""
+
+    program: Path
+    data: Path
+
+    @property
+    def database(self) -> Path:
+        return self.data / "Dados" / "empresa.mdb"
+
+    @property
+    def error_log(self) -> Path:
+        return self.data / "Dados" / "Erros.txt"
+
+
+def make_installation(root: Path) -> Installation:
+    program = root / "programa"
+    data = root / "empresa"
+    (program / "Sons").mkdir(parents=True)
+    (data / "Dados").mkdir(parents=True)
+    (program / "Caminho.dad").write_text(str(data) + os.sep + "\r\n", encoding="cp1252")
+    (data / "Empresa.ini").write_text("[Empresa]\r\nNome=Padaria Teste\r\n", encoding="cp1252")
+    build_seeded_database(str(data / "Dados" / "empresa.mdb"))
+    return Installation(program, data)
+
+
+@pytest.fixture
+def installation(tmp_path: Path) -> Installation:
+    return make_installation(tmp_path)
+
+
+@pytest.fixture
+def contas(installation: Installation, fake_desktop: FakeDesktop, qtbot):
+    """The main window loaded on the seeded company (hidden), through the start-up seam."""
+    from varemo_contas.app.startup import start
+
+    window = start(str(installation.program))
+    assert window is not None, fake_desktop.boxes
+    qtbot.addWidget(window)
+    yield window
+    window.Form_Unload()

@@ -334,3 +334,39 @@ def save_placement(window: QWidget, app_name: str) -> None:
         settings.setValue(key, str(value))
     settings.endGroup()
     settings.sync()
+
+
+def listen_for_activation(title: str, on_activate: object) -> object:
+    """Serve the single-instance guard: a later copy's request calls `on_activate`.
+
+    A copy killed earlier may leave its socket behind; no copy answered, so it is stale
+    and removed before listening.
+    """
+    from PySide6.QtNetwork import QLocalServer
+
+    name = instance_server_name(title)
+    server = QLocalServer()
+    QLocalServer.removeServer(name)
+    if not server.listen(name):
+        return server
+
+    def accept() -> None:
+        while server.hasPendingConnections():
+            connection = server.nextPendingConnection()
+            connection.readyRead.connect(connection.readAll)
+            connection.disconnected.connect(connection.deleteLater)
+            if callable(on_activate):
+                on_activate()
+
+    server.newConnection.connect(accept)
+    return server
+
+
+def bring_to_front(window: QWidget) -> None:
+    """Part 1.4: the running copy's main window comes forward, restored if minimised."""
+    if window.isMinimized():
+        window.showNormal()
+    else:
+        window.show()
+    window.raise_()
+    window.activateWindow()

@@ -1,0 +1,163 @@
+"""Part 2.1: the account tree `Arvore`, its keys and images, and a report's marks."""
+
+from __future__ import annotations
+
+from PySide6.QtCore import Qt
+from PySide6.QtWidgets import QTreeWidget, QTreeWidgetItem
+
+from varemo_contas.app import errorlog
+from varemo_contas.app.images import ALGUNS, NENHUM, TODOS, check_icon
+from varemo_contas.data.dao import Database, RecordsetType
+from varemo_contas.data.errors import JetError
+from varemo_contas.data.jet import jet_key
+
+ROOT_KEY = "NI"
+ROOT_TEXT = "Despesas e Receitas"
+KEY_ROLE = Qt.ItemDataRole.UserRole
+IMAGE_ROLE = Qt.ItemDataRole.UserRole + 1
+STORED_IMAGES = {2: ALGUNS, 3: TODOS}
+
+
+class Node(QTreeWidgetItem):
+    """A tree node: its key ("17N3", "NI") and image key ("Nenhum", "Alguns", "Todos").
+
+    Key and image live as Python attributes and are answered through `data()`, which
+    keeps building 50,000 nodes cheap; the icon follows the image key.
+    """
+
+    __slots__ = ("image", "key")
+
+    def __init__(self, key: str, text: str, image: str = NENHUM) -> None:
+        super().__init__([text])
+        self.key = key
+        self.image = image
+
+    def data(self, column: int, role: int) -> object:
+        if role == KEY_ROLE:
+            return self.key
+        if role == IMAGE_ROLE:
+            return self.image
+        if role == Qt.ItemDataRole.DecorationRole and column == 0:
+            return check_icon(self.image)
+        return super().data(column, role)
+
+    def setData(self, column: int, role: int, value: object) -> None:
+        if role == KEY_ROLE:
+            self.key = str(value)
+        elif role == IMAGE_ROLE:
+            self.set_image(str(value))
+        else:
+            super().setData(column, role, value)
+
+    def set_image(self, image: str) -> None:
+        if image != self.image:
+            self.image = image
+            self.emitDataChanged()
+
+    @property
+    def level_text(self) -> str:
+        """The last two characters of the key: "N0" to "N4" ("NI" for the root)."""
+        return self.key[-2:]
+
+    @property
+    def code(self) -> int:
+        """The numeric start of the key (0 for the root)."""
+        digits = self.key[:-2]
+        return int(digits) if digits.isdigit() else 0
+
+
+def node_key(code: object, level: int) -> str:
+    """Part 2.1: the row's code in decimal, "N" and the level digit."""
+    return f"{int(code)}N{level}"
+
+
+def build_tree(tree: QTreeWidget, database: Database) -> tuple[dict[str, Node], int]:
+    """Fill a tree with the root and the five level tables; returns its nodes and orphans.
+
+    Children are sorted by name as Jet sorts (Part 2.1 leaves the order open). A row
+    whose parent is missing is left out with its descendants (Part 2.1 leaves it open
+    too); the caller tells the user how many were left out.
+    """
+    root = Node(ROOT_KEY, ROOT_TEXT)
+    nodes: dict[str, Node] = {ROOT_KEY: root}
+    orphans = 0
+    children: dict[str, list[Node]] = {}
+    for level in range(5):
+        table = database.open_recordset(f"NivelCategoria{level}", RecordsetType.SNAPSHOT)
+        try:
+            code_at = table.field_index("Codigo")
+            name_at = table.field_index("Nome")
+            parent_at = table.field_index(f"CodigoCategoria{level - 1}") if level else -1
+            rows = sorted(table.rows(), key=lambda row: jet_key(row[name_at] or ""))
+        finally:
+            table.close()
+        for row in rows:
+            parent_key = ROOT_KEY if level == 0 else None
+            if level:
+                parent_code = row[parent_at]
+                parent_key = node_key(parent_code, level - 1) if parent_code is not None else ""
+            if parent_key not in nodes:
+                orphans += 1
+                continue
+            node = Node(node_key(row[code_at], level), str(row[name_at] or ""))
+            nodes[node.key] = node
+            children.setdefault(parent_key, []).append(node)
+    for parent_key, kids in children.items():
+        nodes[parent_key].addChildren(kids)
+    tree.clear()
+    tree.addTopLevelItem(root)
+    root.setExpanded(True)
+    return nodes, orphans
+
+
+def walk(node: QTreeWidgetItem) -> list[QTreeWidgetItem]:
+    """The node and all its descendants, depth first, children in order."""
+    out = [node]
+    stack = [node.child(i) for i in range(node.childCount() - 1, -1, -1)]
+    while stack:
+        item = stack.pop()
+        out.append(item)
+        stack.extend(item.child(i) for i in range(item.childCount() - 1, -1, -1))
+    return out
+
+
+class TreeMixin:
+    """The main window's share of Part 2.1: building the tree and showing marks."""
+
+    nodes: dict[str, Node]
+
+    def CarregaArvore(self) -> None:
+        """Build the tree anew (Part 2.1, "Building the tree"); failures are logged."""
+        try:
+            self.nodes, orphans = build_tree(self.Arvore, self.state.database)
+        except JetError as exc:
+            errorlog.log_exception(self.state, errorlog.ROTINA_TREEVIEW, exc)
+            return
+        if orphans:
+            self.Status.set_panel(
+                0,
+                f"{orphans} registro(s) sem nível superior cadastrado não aparecem na árvore",
+            )
+
+    def MostraMarcas(self, report_code: int) -> None:
+        """Part 2.1: set each node's image from a saved report's `RelatorioItens` rows."""
+        recordset = self.state.database.open_recordset(
+            "SELECT * FROM RelatorioItens WHERE " + "CodigoRelatorio = " + str(report_code)
+        )
+        try:
+            root = self.Arvore.topLevelItem(0)
+            if root is None:
+                return
+            for node in walk(root):
+                found = recordset.find_first(
+                    "CodigoConta = " + str(node.code) + " AND Nivel = '" + node.level_text + "'"
+                )
+                if found:
+                    image = STORED_IMAGES.get(int(recordset.value("Imagem", 0)))
+                    if image is not None:
+                        node.set_image(image)
+        finally:
+            recordset.close()
+
+    def node(self, key: str) -> Node | None:
+        return getattr(self, "nodes", {}).get(key)
