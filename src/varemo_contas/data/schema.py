@@ -16,12 +16,8 @@ _TEXT = "TEXT COLLATE NOCASE"
 
 TABLES: dict[str, str] = {
     "NivelCategoria0": f"Codigo {_AUTO}, Nome {_TEXT}",
-    "NivelCategoria1": (
-        f"Codigo {_AUTO}, Nome {_TEXT}, CodigoCategoria0 INTEGER, Travado BOOLEAN"
-    ),
-    "NivelCategoria2": (
-        f"Codigo {_AUTO}, Nome {_TEXT}, CodigoCategoria1 INTEGER, Travado BOOLEAN"
-    ),
+    "NivelCategoria1": (f"Codigo {_AUTO}, Nome {_TEXT}, CodigoCategoria0 INTEGER, Travado BOOLEAN"),
+    "NivelCategoria2": (f"Codigo {_AUTO}, Nome {_TEXT}, CodigoCategoria1 INTEGER, Travado BOOLEAN"),
     "NivelCategoria3": f"Codigo {_AUTO}, Nome {_TEXT}, CodigoCategoria2 INTEGER",
     "NivelCategoria4": (
         f"Codigo {_AUTO}, Nome {_TEXT}, CodigoCategoria3 INTEGER, "
@@ -34,9 +30,7 @@ TABLES: dict[str, str] = {
         "Marca5 BOOLEAN NOT NULL DEFAULT 0"
     ),
     "Relatorios": f"CodigoRelatorio {_AUTO}, NomeRelatorio {_TEXT}",
-    "RelatorioItens": (
-        "CodigoRelatorio INTEGER, Nivel TEXT, CodigoConta INTEGER, Imagem SMALLINT"
-    ),
+    "RelatorioItens": ("CodigoRelatorio INTEGER, Nivel TEXT, CodigoConta INTEGER, Imagem SMALLINT"),
     "DadosEmpresa": (
         f"Nome {_TEXT}, Morto BOOLEAN, InicioSemana SMALLINT, RetroAtivo BOOLEAN, "
         f"Cnpj TEXT, Endereco {_TEXT}, Cidade {_TEXT}, Uf TEXT, Telefone TEXT"
@@ -67,8 +61,7 @@ INDEXES: tuple[str, ...] = (
     "CREATE INDEX ix_vendaprodutos_item ON VendaProdutos (CodigoProduto, CodigoSetor, Produto)",
     "CREATE INDEX ix_compra_data ON Compra (DataDocumento)",
     "CREATE INDEX ix_compraprodutos_doc ON CompraProdutos (Codigo)",
-    "CREATE INDEX ix_compraprodutos_item ON CompraProdutos "
-    "(CodigoProduto, CodigoSetor, Produto)",
+    "CREATE INDEX ix_compraprodutos_item ON CompraProdutos (CodigoProduto, CodigoSetor, Produto)",
     "CREATE INDEX ix_produtos_linha ON Produtos (CodigoLinha, NomeProduto)",
 )
 

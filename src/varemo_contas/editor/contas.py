@@ -48,6 +48,7 @@ MOVIMENTO_CAPTIONS = (
     "Grupo  ▶▶",
     "Último  ▶|",
 )
+MENU_SECTIONS = {"ID_Filtrar", "ID_Sair", "ID_EnviarMail", "ID_SobreoPrograma"}
 # Visual order of the six buttons: first, previous group, previous, next, next group, last.
 MOVIMENTO_ORDER = (0, 2, 1, 4, 3, 5)
 MOVEFILTRO_CAPTIONS = ("|◀", "◀", "Mostrar", "▶", "▶|")
@@ -221,9 +222,9 @@ class Contas(TreeMixin, QMainWindow):
             self.actions_by_key[command.key] = action
             menu = self.menus_by_key.get(command.menu)
             if menu is not None:
-                if command.key in {"ID_Filtrar", "ID_Sair", "ID_EnviarMail", "ID_SobreoPrograma"}:
-                    if previous_menu.get(command.menu):
-                        menu.addSeparator()
+                starts_section = command.key in MENU_SECTIONS
+                if starts_section and previous_menu.get(command.menu):
+                    menu.addSeparator()
                 menu.addAction(action)
                 previous_menu[command.menu] = True
             if command.toolbar == "Barra1":
