@@ -119,7 +119,7 @@ def fake_desktop(monkeypatch: pytest.MonkeyPatch) -> FakeDesktop:
 
 
 @pytest.fixture(autouse=True)
-def _isolated(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Iterator[None]:
+def _isolated(tmp_path: Path, monkeypatch: pytest.MonkeyPatch, qapp) -> Iterator[None]:
     """Each test gets its own working folder and settings store (start-up changes both)."""
     monkeypatch.chdir(tmp_path)
     settings_dir = tmp_path / "_settings"

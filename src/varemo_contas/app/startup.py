@@ -94,10 +94,12 @@ def AbreBanco(state: State) -> bool:
     """Part 1.2 "Opening the database" (`ContaBas`): the two failure messages or success."""
     folder = state.data_folder + "Dados" + os.sep
     state.database_path = folder + "empresa.mdb"
+    # Resolved before the change of folder, so a relative data folder still finds its file.
+    resolved = os.path.abspath(state.database_path)
     with contextlib.suppress(OSError):
-        os.chdir(folder or ".")
+        os.chdir(folder)
     try:
-        database = Database.open(state.database_path)
+        database = Database.open(resolved)
         missing = [name for name in REQUIRED_TABLES if not database.has_table(name)]
         if missing:
             database.close()
