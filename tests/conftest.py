@@ -118,9 +118,19 @@ def fake_desktop(monkeypatch: pytest.MonkeyPatch) -> FakeDesktop:
     return fake
 
 
+def _no_real_box(*args: object, **kwargs: object) -> int:
+    raise AssertionError(f"a real message box would block the tests: {args!r}")
+
+
 @pytest.fixture(autouse=True)
 def _isolated(tmp_path: Path, monkeypatch: pytest.MonkeyPatch, qapp) -> Iterator[None]:
-    """Each test gets its own working folder and settings store (start-up changes both)."""
+    """Each test gets its own working folder and settings store (start-up changes both).
+
+    A real message box or modal window would wait for a person forever: without the
+    `fake_desktop` fixture they fail the test at once instead.
+    """
+    monkeypatch.setattr(desktop, "msgbox", _no_real_box)
+    monkeypatch.setattr(desktop, "show_modal", _no_real_box)
     monkeypatch.chdir(tmp_path)
     settings_dir = tmp_path / "_settings"
     settings_dir.mkdir()
