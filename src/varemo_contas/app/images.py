@@ -32,9 +32,7 @@ def _check_pixmap(state: str, size: int = 16) -> QPixmap:
         path = QPainterPath(QPointF(size * 0.25, size * 0.52))
         path.lineTo(QPointF(size * 0.43, size * 0.7))
         path.lineTo(QPointF(size * 0.76, size * 0.3))
-        painter.setPen(
-            QPen(QColor("#ffffff"), 2.0, Qt.PenStyle.SolidLine, Qt.PenCapStyle.RoundCap)
-        )
+        painter.setPen(QPen(QColor("#ffffff"), 2.0, Qt.PenStyle.SolidLine, Qt.PenCapStyle.RoundCap))
         painter.setBrush(Qt.BrushStyle.NoBrush)
         painter.drawPath(path)
     painter.end()

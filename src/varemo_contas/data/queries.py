@@ -23,7 +23,7 @@ LEVEL_NAMES = ("Categoria", "Setor", "Grupo", "Conta", "Item")
 
 
 def chain_head(level: int) -> str:
-    """"SELECT * FROM ((((NivelCategoria4 " and its shorter forms."""
+    """ "SELECT * FROM ((((NivelCategoria4 " and its shorter forms."""
     return "SELECT * FROM " + "(" * level + f"NivelCategoria{level} "
 
 
