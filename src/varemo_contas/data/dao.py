@@ -12,6 +12,7 @@ from __future__ import annotations
 import contextlib
 import datetime
 import os
+import re
 import sqlite3
 import urllib.request
 import weakref
@@ -20,6 +21,9 @@ from enum import IntEnum
 
 from varemo_contas.data import criteria, errors, jet
 from varemo_contas.data.errors import JetError, StorageBugError
+
+# "Field = 17": the finds a click in the tree and a relocation use, answered by an index.
+_EQUALS_NUMBER = re.compile(r"^\s*([A-Za-z_][\w.]*)\s*=\s*(-?\d+)\s*;?\s*$")
 
 # How long a statement waits for another module's write lock before it fails.
 BUSY_TIMEOUT_SECONDS = 5.0
@@ -250,6 +254,7 @@ class Recordset:
         self._mode = EditMode.NONE
         self._buffer: dict[int, object] = {}
         self._criteria_cache: dict[str, Callable[[criteria.Row], bool]] = {}
+        self._value_index: dict[int, dict[object, int] | None] = {}
         self.no_match = False
         self.last_modified: object = None
         self.closed = False
@@ -267,7 +272,7 @@ class Recordset:
             self._ids = list(range(1, len(rows) + 1))
             self._rows = rows
         self._next_id = len(rows) + 1
-        self._positions = None
+        self._changed()
         self._pos = 0
         self._deleted_current = False
         self._mode = EditMode.NONE
@@ -418,7 +423,43 @@ class Recordset:
         self.no_match = True
         return False
 
+    def _changed(self) -> None:
+        self._positions = None
+        self._value_index = {}
+
+    def _indexed_first(self, text: str) -> int | None | bool:
+        """The first row with `field = number`, from an index; False when not indexable."""
+        match = _EQUALS_NUMBER.match(text)
+        if match is None or match.group(1).upper() in {"TRUE", "FALSE"}:
+            return False
+        column = self.field_index(match.group(1))
+        if column not in self._value_index:
+            index: dict[object, int] | None = {}
+            for i, row in enumerate(self._rows):
+                value = row[column]
+                if value is None:
+                    continue
+                if not isinstance(value, int) or isinstance(value, bool):
+                    index = None  # text or booleans compare by Jet's rules: scan instead
+                    break
+                index.setdefault(value, i)
+            self._value_index[column] = index
+        index = self._value_index[column]
+        if index is None:
+            return False
+        return index.get(int(match.group(2)))
+
     def find_first(self, text: str) -> bool:
+        self._check_open()
+        found = self._indexed_first(text)
+        if found is not False:
+            # Same answer as the scan: the first row in order whose field equals the number.
+            if found is None:
+                self.no_match = True
+                return False
+            self._go(found)
+            self.no_match = False
+            return True
         return self._find(text, range(len(self._rows)))
 
     def find_last(self, text: str) -> bool:
@@ -498,7 +539,7 @@ class Recordset:
             self.database._note_write(self)
             self._rows.append(self._fetch(rowid))
             self._ids.append(rowid)
-            self._positions = None
+            self._changed()
             self.last_modified = rowid
         else:
             index = self._current()
@@ -510,6 +551,7 @@ class Recordset:
                 )
                 self.database._note_write(self)
             self._rows[index] = self._fetch(rowid)
+            self._changed()
             self.last_modified = rowid
         self._mode = EditMode.NONE
         self._buffer = {}
@@ -524,5 +566,5 @@ class Recordset:
         self.database._note_write(self)
         del self._rows[index]
         del self._ids[index]
-        self._positions = None
+        self._changed()
         self._deleted_current = True
