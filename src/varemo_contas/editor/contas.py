@@ -9,7 +9,7 @@ from __future__ import annotations
 import functools
 import os
 
-from PySide6.QtCore import QObject, Qt
+from PySide6.QtCore import QEvent, QObject, Qt
 from PySide6.QtGui import QAction, QCloseEvent, QGuiApplication, QKeyEvent, QKeySequence
 from PySide6.QtWidgets import (
     QGridLayout,
@@ -24,6 +24,7 @@ from PySide6.QtWidgets import (
     QTabWidget,
     QToolBar,
     QTreeWidget,
+    QTreeWidgetItem,
     QVBoxLayout,
     QWidget,
 )
@@ -35,7 +36,15 @@ from varemo_contas.data import queries
 from varemo_contas.data.dao import Recordset, RecordsetType
 from varemo_contas.data.errors import JetError
 from varemo_contas.editor import commands
-from varemo_contas.editor.tree import TreeMixin
+from varemo_contas.editor.browse import BrowseMixin
+from varemo_contas.editor.delete import DeleteMixin
+from varemo_contas.editor.modes import ModesMixin
+from varemo_contas.editor.productlines import ProductLinesMixin
+from varemo_contas.editor.reportlist import ReportListMixin
+from varemo_contas.editor.save import SaveMixin
+from varemo_contas.editor.selectors import SelectorsMixin
+from varemo_contas.editor.tree import KEY_ROLE, ROOT_KEY, TreeChangesMixin, TreeMixin
+from varemo_contas.editor.views import ViewsMixin
 from varemo_contas.editor.widgets import DataControl, Selector, StatusPanels
 
 ARCHIVE_SUFFIX = "   [Arq. Mortos Carregados]"
@@ -54,7 +63,19 @@ MOVIMENTO_ORDER = (0, 2, 1, 4, 3, 5)
 MOVEFILTRO_CAPTIONS = ("|◀", "◀", "Mostrar", "▶", "▶|")
 
 
-class Contas(TreeMixin, QMainWindow):
+class Contas(
+    TreeMixin,
+    TreeChangesMixin,
+    BrowseMixin,
+    ViewsMixin,
+    SelectorsMixin,
+    ProductLinesMixin,
+    ModesMixin,
+    SaveMixin,
+    DeleteMixin,
+    ReportListMixin,
+    QMainWindow,
+):
     """The chart-of-accounts editor; controls and state keep the spec's names."""
 
     def __init__(self, state: State, parent: QWidget | None = None) -> None:
@@ -84,8 +105,14 @@ class Contas(TreeMixin, QMainWindow):
         self.Rascunho = DataControl("Rascunho")
         self._unloaded = False
         self.child_windows: list[QWidget] = []
+        self.NomeRelatorio = ""
         self._build_layout()
         self._build_commands()
+        self._setup_browse()
+        self._setup_views()
+        self._setup_selectors()
+        self._setup_report_list()
+        self.Arvore.itemClicked.connect(lambda item, _column: self.Arvore_NodeClick(item))
         self.setWindowTitle(state.title)
 
     # --- layout -------------------------------------------------------------------
@@ -284,8 +311,14 @@ class Contas(TreeMixin, QMainWindow):
             state.main_window_ready = True
 
     def load_chart(self) -> None:
-        """Part 1.2 step 8: the tree and the selectors (Part 2.1)."""
+        """Part 1.2 step 8: tree and selectors (Part 2.1), browsing state (Part 2.2)."""
         self.CarregaArvore()
+        self.PreencherCombo(0)
+        self.NivelAtual = 4
+        self.PaginaAtiva = 0
+        self.open_level(4)
+        self.set_field_access()
+        self.TotalDeRegistros()
 
     def _place_from_screen(self) -> None:
         screen = QGuiApplication.primaryScreen()
@@ -372,7 +405,67 @@ class Contas(TreeMixin, QMainWindow):
         } | self.part_handlers()
 
     def part_handlers(self) -> dict[str, object]:
-        return {}
+        """Parts 2.3-2.6: record commands act on reports while `Relatos` is visible."""
+        reports = self.reports_visible()
+        return {
+            "ID_Incluir": self.IncluirRelatorio if reports else self.Incluir,
+            "ID_Alterar": self.AlterarRelatorio if reports else self.Alterar,
+            "ID_Excluir": self.ExcluirRelatorio if reports else self.Excluir,
+            "ID_Gravar": self.Gravar,
+            "ID_Cancelar": self.Cancelar,
+            "ID_Relatorios": self.show_report_list,
+            "ID_Filtrar": self.Filtrar,
+            "ID_PlanoContas": self.PlanoContas,
+        } | self.view_handlers()
+
+    def Filtrar(self) -> None:
+        """ "ID_Filtrar": the search window (Part 3.1), then the found-records report."""
+        from varemo_contas.search.procontas import ProContas
+
+        window = ProContas(self.state, self)
+        self.child_windows.append(window)
+        desktop.show_modal(window)
+        if self.state.search_result > -1:
+            self.RelatorioEncontrados(self.state.search_result)
+
+    def PlanoContas(self) -> None:
+        """ "ID_PlanoContas": ask the level, then report number 1 in the preview (Part 4.5)."""
+        from varemo_contas.reports.nivelplano import ask_level
+        from varemo_contas.reports.runreport import run_report
+
+        level = ask_level(self)
+        if level is not None:
+            run_report(self.state, 1, self, level=level)
+
+    def Arvore_NodeClick(self, item: QTreeWidgetItem) -> None:
+        """Part 2.1/2.2: a click in the tree makes the clicked row current."""
+        if self.EmInclusao or self.EmAlteracao:
+            return
+        key = str(item.data(0, KEY_ROLE) or "")
+        if key == ROOT_KEY or len(key) < 3:
+            return
+        level, code = int(key[-1]), int(key[:-2])
+        try:
+            if level == 0:
+                self._find_in_page("NivelCategoria0.Codigo = " + str(code))
+            else:
+                if level != self.NivelAtual:
+                    self.show_level(level, keep_row=False)
+                self.relocate(level, code)
+            self.TotalDeRegistros()
+        except JetError as exc:
+            errorlog.log_exception(self.state, errorlog.ROTINA_MOVIMENTO, exc)
+
+    def _find_in_page(self, criteria: str) -> None:
+        recordset = self.data_set()
+        if recordset is not None and recordset.find_first(criteria):
+            self._sync_position()
+
+    def eventFilter(self, watched: QObject, event: QEvent) -> bool:
+        # Part 1.4: sound 6 when the mouse passes over the filtered navigator.
+        if event.type() == QEvent.Type.Enter and watched in self.MoveFiltro:
+            desktop.play_sound(6)
+        return super().eventFilter(watched, event)
 
     def show_about(self) -> None:
         from varemo_contas.app.sobre import Sobre
@@ -440,10 +533,6 @@ class Contas(TreeMixin, QMainWindow):
             self.context_help()
             return True
         return False
-
-    def Salvar(self, cancelar: int) -> None:
-        """Part 2.5's save routine (the editor's mixin gives it its body)."""
-        raise NotImplementedError
 
     # --- Part 1.2: unload -----------------------------------------------------------------
     def closeEvent(self, event: QCloseEvent) -> None:

@@ -80,6 +80,12 @@ class Selector(QComboBox):
         self.setMaxVisibleItems(20)
         self.setMinimumContentsLength(28)
 
+    def showPopup(self) -> None:
+        # While browsing the fields only show the record: no list to choose from.
+        if self.lineEdit() is not None and self.lineEdit().isReadOnly():
+            return
+        super().showPopup()
+
     def fill(self, names: list[str]) -> None:
         """Replace the list, keeping the typed text as it was."""
         text = self.currentText()
