@@ -6,7 +6,6 @@ from functools import cache
 
 from PySide6.QtCore import QPointF, QRectF, Qt
 from PySide6.QtGui import QColor, QIcon, QPainter, QPainterPath, QPen, QPixmap
-from PySide6.QtWidgets import QApplication, QStyle
 
 NENHUM = "Nenhum"
 ALGUNS = "Alguns"
@@ -45,45 +44,56 @@ def check_icon(state: str) -> QIcon:
     return QIcon(_check_pixmap(state if state in CHECK_STATES else NENHUM))
 
 
-_STANDARD = {
-    "incluir": QStyle.StandardPixmap.SP_FileDialogNewFolder,
-    "alterar": QStyle.StandardPixmap.SP_FileDialogDetailedView,
-    "excluir": QStyle.StandardPixmap.SP_TrashIcon,
-    "localizar": QStyle.StandardPixmap.SP_FileDialogContentsView,
-    "gravar": QStyle.StandardPixmap.SP_DialogSaveButton,
-    "cancelar": QStyle.StandardPixmap.SP_DialogCancelButton,
-    "relatorios": QStyle.StandardPixmap.SP_FileDialogListView,
-    "plano": QStyle.StandardPixmap.SP_FileDialogInfoView,
-    "ajuda": QStyle.StandardPixmap.SP_DialogHelpButton,
-    "sair": QStyle.StandardPixmap.SP_DialogCloseButton,
+# Each command's picture: a glyph on a coloured tile, drawn at run time (Part 2.3 leaves
+# the pictures to us; the platform's stock icons differ between desktops).
+_TOOL_GLYPHS = {
+    "incluir": ("+", "#2e8b57"),
+    "alterar": ("✎", "#2f6db5"),
+    "excluir": ("✖", "#b23b3b"),
+    "localizar": ("⌕", "#6b5b95"),
+    "gravar": ("✔", "#2e8b57"),
+    "cancelar": ("↶", "#8a6d3b"),
+    "relatorios": ("☰", "#3b7a8a"),
+    "plano": ("▤", "#4a5a6a"),
+    "ajuda": ("?", "#2f6db5"),
+    "sair": ("⏻", "#7a4040"),
+    "setor": ("S", "#7a4f9e"),
+    "grupo": ("G", "#2f6db5"),
+    "conta": ("C", "#2e8b57"),
+    "item": ("I", "#c77c12"),
+    "pdf": ("⤓", "#b23b3b"),
 }
-_LEVEL_LETTERS = {"setor": "S", "grupo": "G", "conta": "C", "item": "I"}
-_LEVEL_COLOURS = {"setor": "#7a4f9e", "grupo": "#2f6db5", "conta": "#2e8b57", "item": "#c77c12"}
 
 
-def _letter_icon(letter: str, colour: str) -> QIcon:
-    pixmap = QPixmap(32, 32)
-    pixmap.fill(Qt.GlobalColor.transparent)
-    painter = QPainter(pixmap)
-    painter.setRenderHint(QPainter.RenderHint.Antialiasing)
-    painter.setPen(Qt.PenStyle.NoPen)
-    painter.setBrush(QColor(colour))
-    painter.drawRoundedRect(QRectF(3, 3, 26, 26), 6, 6)
-    font = painter.font()
-    font.setBold(True)
-    font.setPixelSize(18)
-    painter.setFont(font)
-    painter.setPen(QColor("#ffffff"))
-    painter.drawText(QRectF(3, 3, 26, 26), Qt.AlignmentFlag.AlignCenter, letter)
-    painter.end()
-    return QIcon(pixmap)
+def _glyph_icon(glyph: str, colour: str) -> QIcon:
+    icon = QIcon()
+    for size in (16, 24, 32, 48):
+        pixmap = QPixmap(size, size)
+        pixmap.fill(Qt.GlobalColor.transparent)
+        painter = QPainter(pixmap)
+        painter.setRenderHint(QPainter.RenderHint.Antialiasing)
+        painter.setRenderHint(QPainter.RenderHint.TextAntialiasing)
+        painter.setPen(Qt.PenStyle.NoPen)
+        painter.setBrush(QColor(colour))
+        margin = size * 0.08
+        tile = QRectF(margin, margin, size - 2 * margin, size - 2 * margin)
+        painter.drawRoundedRect(tile, size * 0.2, size * 0.2)
+        font = painter.font()
+        font.setFamily("DejaVu Sans")
+        font.setBold(True)
+        font.setPixelSize(max(8, int(size * 0.6)))
+        painter.setFont(font)
+        painter.setPen(QColor("#ffffff"))
+        painter.drawText(tile, Qt.AlignmentFlag.AlignCenter, glyph)
+        painter.end()
+        icon.addPixmap(pixmap)
+    return icon
 
 
+@cache
 def tool_icon(name: str) -> QIcon:
-    """The toolbar icon of a command (Part 2.3 leaves the pictures to us)."""
-    if name in _LEVEL_LETTERS:
-        return _letter_icon(_LEVEL_LETTERS[name], _LEVEL_COLOURS[name])
-    pixmap = _STANDARD.get(name)
-    if pixmap is None:
+    """The toolbar icon of a command; an unknown name has none."""
+    entry = _TOOL_GLYPHS.get(name)
+    if entry is None:
         return QIcon()
-    return QApplication.style().standardIcon(pixmap)
+    return _glyph_icon(*entry)

@@ -427,7 +427,7 @@ class Recordset:
         self._positions = None
         self._value_index = {}
 
-    def _indexed_first(self, text: str) -> int | None | bool:
+    def _indexed_first(self, text: str) -> int | bool | None:
         """The first row with `field = number`, from an index; False when not indexable."""
         match = _EQUALS_NUMBER.match(text)
         if match is None or match.group(1).upper() in {"TRUE", "FALSE"}:

@@ -195,6 +195,8 @@ class BrowseMixin:
             return
         if recordset.bof or recordset.eof:
             return
+        self._show_details(recordset)
+        self.follow_in_tree(recordset)
         if page == 1:
             for level in range(4):
                 name = self._name_at(recordset, level)
@@ -205,6 +207,29 @@ class BrowseMixin:
         else:
             for level in range(5):
                 self.Combo[level].set_text(self._name_at(recordset, level))
+
+    def _show_details(self, recordset: Recordset) -> None:
+        level = self.NivelAtual
+        code = recordset[f"NivelCategoria{level}.Codigo"]
+        parts = [f"{queries.LEVEL_NAMES[level]} código {code}"]
+        if level == 4:
+            product = int(recordset.value("NivelCategoria4.CodigoProduto", 0) or 0)
+            if product:
+                parts.append(
+                    f"vinculado ao produto {product} (alterado só no cadastro de produtos)"
+                )
+        elif level in (1, 2) and recordset[f"NivelCategoria{level}.Travado"]:
+            parts.append("travado: não pode ser excluído")
+        self.Detalhes.setText(" · ".join(parts))
+
+    def follow_in_tree(self, recordset: Recordset) -> None:
+        """The tree shows the current row selected, its branch opened."""
+        level = self.NivelAtual
+        code = recordset[f"NivelCategoria{level}.Codigo"]
+        node = self.node(f"{code}N{level}") if code is not None else None
+        if node is not None and self.Arvore.currentItem() is not node:
+            self.Arvore.setCurrentItem(node)
+            self.Arvore.scrollToItem(node)
 
     @staticmethod
     def _name_at(recordset: Recordset, level: int) -> str:

@@ -12,20 +12,10 @@ import os
 from PySide6.QtCore import QEvent, QObject, Qt
 from PySide6.QtGui import QAction, QCloseEvent, QGuiApplication, QKeyEvent, QKeySequence
 from PySide6.QtWidgets import (
-    QGridLayout,
-    QGroupBox,
-    QHBoxLayout,
-    QLabel,
-    QListWidget,
     QMainWindow,
     QMenu,
-    QPushButton,
-    QSplitter,
-    QTabWidget,
     QToolBar,
-    QTreeWidget,
     QTreeWidgetItem,
-    QVBoxLayout,
     QWidget,
 )
 
@@ -38,6 +28,7 @@ from varemo_contas.data.errors import JetError
 from varemo_contas.editor import commands
 from varemo_contas.editor.browse import BrowseMixin
 from varemo_contas.editor.delete import DeleteMixin
+from varemo_contas.editor.layout import build_layout
 from varemo_contas.editor.modes import ModesMixin
 from varemo_contas.editor.productlines import ProductLinesMixin
 from varemo_contas.editor.reportlist import ReportListMixin
@@ -45,22 +36,11 @@ from varemo_contas.editor.save import SaveMixin
 from varemo_contas.editor.selectors import SelectorsMixin
 from varemo_contas.editor.tree import KEY_ROLE, ROOT_KEY, TreeChangesMixin, TreeMixin
 from varemo_contas.editor.views import ViewsMixin
-from varemo_contas.editor.widgets import DataControl, Selector, StatusPanels
+from varemo_contas.editor.widgets import DataControl
 
 ARCHIVE_SUFFIX = "   [Arq. Mortos Carregados]"
 RECORD_KEYS = ("ID_Incluir", "ID_Alterar", "ID_Excluir")
-MOVIMENTO_CAPTIONS = (
-    "|◀  Primeiro",
-    "◀◀  Grupo",
-    "◀  Anterior",
-    "Próximo  ▶",
-    "Grupo  ▶▶",
-    "Último  ▶|",
-)
 MENU_SECTIONS = {"ID_Filtrar", "ID_Sair", "ID_EnviarMail", "ID_SobreoPrograma"}
-# Visual order of the six buttons: first, previous group, previous, next, next group, last.
-MOVIMENTO_ORDER = (0, 2, 1, 4, 3, 5)
-MOVEFILTRO_CAPTIONS = ("|◀", "◀", "Mostrar", "▶", "▶|")
 
 
 class Contas(
@@ -106,7 +86,7 @@ class Contas(
         self._unloaded = False
         self.child_windows: list[QWidget] = []
         self.NomeRelatorio = ""
-        self._build_layout()
+        build_layout(self)
         self._build_commands()
         self._setup_browse()
         self._setup_views()
@@ -116,107 +96,6 @@ class Contas(
         self.setWindowTitle(state.title)
 
     # --- layout -------------------------------------------------------------------
-    def _build_layout(self) -> None:
-        self.Arvore = QTreeWidget()
-        self.Arvore.setObjectName("Arvore")
-        self.Arvore.setHeaderHidden(True)
-        self.Arvore.setUniformRowHeights(True)
-        self.Arvore.setProperty("help_context", helptopics.ARVORE)
-        tree_box = QGroupBox("Plano de Contas")
-        tree_layout = QVBoxLayout(tree_box)
-        tree_layout.addWidget(self.Arvore)
-
-        self.Pasta = QTabWidget()
-        self.Pasta.setObjectName("Pasta")
-        self.Combo = [Selector() for _ in range(5)]
-        self.Texto = [Selector() for _ in range(5)]
-        hierarchy = QWidget()
-        grid = QGridLayout(hierarchy)
-        for level, name in enumerate(queries.LEVEL_NAMES):
-            self.Combo[level].setObjectName(f"Combo{level}")
-            self.Combo[level].setProperty("help_context", helptopics.SELETORES)
-            label = QLabel(f"&{name}:")
-            label.setBuddy(self.Combo[level])
-            grid.addWidget(label, level, 0)
-            grid.addWidget(self.Combo[level], level, 1)
-        grid.setRowStretch(5, 1)
-        levels = QWidget()
-        level_grid = QGridLayout(levels)
-        self.NovoRotulo = QLabel("Plano de Contas")
-        self.NovoRotulo.setObjectName("NovoRotulo")
-        font = self.NovoRotulo.font()
-        font.setPointSizeF(font.pointSizeF() * 1.3)
-        font.setBold(True)
-        self.NovoRotulo.setFont(font)
-        level_grid.addWidget(self.NovoRotulo, 0, 0, 1, 2)
-        self.TextoRotulo: list[QLabel] = []
-        for level, name in enumerate(queries.LEVEL_NAMES):
-            self.Texto[level].setObjectName(f"Texto{level}")
-            self.Texto[level].setProperty("help_context", helptopics.PAGINA_NIVEIS)
-            label = QLabel(f"{name}:")
-            label.setBuddy(self.Texto[level])
-            self.TextoRotulo.append(label)
-            level_grid.addWidget(label, level + 1, 0)
-            level_grid.addWidget(self.Texto[level], level + 1, 1)
-        level_grid.setRowStretch(6, 1)
-        self.Pasta.addTab(hierarchy, "&Hierarquia")
-        self.Pasta.addTab(levels, "&Níveis")
-
-        self.Movimento: list[QPushButton] = [QPushButton() for _ in range(6)]
-        moves = QGroupBox("Registros")
-        moves_layout = QHBoxLayout(moves)
-        for index in MOVIMENTO_ORDER:
-            button = self.Movimento[index]
-            button.setObjectName(f"Movimento{index}")
-            button.setText(MOVIMENTO_CAPTIONS[MOVIMENTO_ORDER.index(index)])
-            button.setProperty("help_context", helptopics.MOVIMENTO)
-            button.setAutoDefault(False)
-            moves_layout.addWidget(button)
-        self.MoveFiltro: list[QPushButton] = [QPushButton(c) for c in MOVEFILTRO_CAPTIONS]
-        hits = QGroupBox("Itens encontrados na procura")
-        hits_layout = QHBoxLayout(hits)
-        for index, button in enumerate(self.MoveFiltro):
-            button.setObjectName(f"MoveFiltro{index}")
-            button.setProperty("help_context", helptopics.MOVE_FILTRO)
-            button.setEnabled(False)
-            hits_layout.addWidget(button)
-
-        self.RelatosPainel = QGroupBox("Relatórios Personalizados")
-        reports_layout = QVBoxLayout(self.RelatosPainel)
-        self.Relatos = QListWidget()
-        self.Relatos.setObjectName("Relatos")
-        self.Relatos.setProperty("help_context", helptopics.RELATOS)
-        self.BotaoVer = QPushButton("&Ver")
-        self.BotaoVer.setObjectName("BotaoVer")
-        self.BotaoFecharRelatos = QPushButton("Fechar lista")
-        buttons = QHBoxLayout()
-        buttons.addStretch(1)
-        buttons.addWidget(self.BotaoVer)
-        buttons.addWidget(self.BotaoFecharRelatos)
-        reports_layout.addWidget(QLabel("Escolha um relatório na lista:"))
-        reports_layout.addWidget(self.Relatos)
-        reports_layout.addLayout(buttons)
-        self.RelatosPainel.setVisible(False)
-        self.Lista: list[tuple[str, int]] = []  # (NomeRelatorio, CodigoRelatorio)
-        self.ListaEntradas: list[str] = []  # Part 4.4's path entries, filled by "Ver"
-
-        right = QWidget()
-        right_layout = QVBoxLayout(right)
-        right_layout.addWidget(self.Pasta)
-        right_layout.addWidget(moves)
-        right_layout.addWidget(hits)
-        right_layout.addWidget(self.RelatosPainel, 1)
-        right_layout.addStretch(0)
-        splitter = QSplitter(Qt.Orientation.Horizontal)
-        splitter.addWidget(tree_box)
-        splitter.addWidget(right)
-        splitter.setStretchFactor(0, 2)
-        splitter.setStretchFactor(1, 3)
-        self.setCentralWidget(splitter)
-        self.Status = StatusPanels(self)
-        self.Status.setObjectName("Status")
-        self.setStatusBar(self.Status)
-
     def _build_commands(self) -> None:
         bar = self.menuBar()
         for key, caption in commands.MENUS:
