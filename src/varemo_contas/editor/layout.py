@@ -147,6 +147,7 @@ def build_layout(window: Contas) -> None:
     splitter.addWidget(right)
     splitter.setStretchFactor(0, 2)
     splitter.setStretchFactor(1, 3)
+    splitter.setSizes([380, 820])
     window.setCentralWidget(splitter)
     window.Status = StatusPanels(window)
     window.Status.setObjectName("Status")
