@@ -35,6 +35,11 @@ def parser() -> argparse.ArgumentParser:
 
 def main(argv: list[str]) -> int:
     """Run the program; returns the process exit code."""
+    if argv and argv[0] == "relatorio":
+        # Headless export with the preview's renderer (DESIGN.md seams).
+        from varemo_contas.reports.export import export_main
+
+        return export_main(argv[1:])
     options = parser().parse_args(argv)
     program_folder = options.programa or default_program_folder()
     if options.demo:
