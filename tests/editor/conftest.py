@@ -64,3 +64,33 @@ def error_log_text(installation) -> Callable[[], str]:
         return path.read_bytes().decode("cp1252") if path.exists() else ""
 
     return _read
+
+
+@pytest.fixture
+def execute(installation) -> Callable[[str], None]:
+    """`execute(sql)`: another program of the suite writes to the company database now."""
+    return lambda script: db_execute(installation, script)
+
+
+@pytest.fixture
+def jet_texts(monkeypatch: pytest.MonkeyPatch) -> Callable[[object], list[str]]:
+    """`jet_texts(window)`: the Jet texts the window sends from now on, in order.
+
+    Records what the code builds (opened or executed), before the data layer translates it,
+    so tests compare the spec's statement and criteria texts exactly.
+    """
+
+    def _watch(window) -> list[str]:
+        sent: list[str] = []
+        database = window.state.database
+        for name in ("open_recordset", "execute", "scalar"):
+            original = getattr(database, name)
+
+            def spy(statement, *args, _original=original, **kwargs):
+                sent.append(statement)
+                return _original(statement, *args, **kwargs)
+
+            monkeypatch.setattr(database, name, spy)
+        return sent
+
+    return _watch
