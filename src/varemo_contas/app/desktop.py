@@ -11,12 +11,14 @@ from __future__ import annotations
 import os
 import shutil
 import sys
+from collections.abc import Callable
 from dataclasses import dataclass
 
+import shiboken6
 from PySide6.QtCore import QCoreApplication, QProcess, QRect, QSettings, Qt, QUrl
 from PySide6.QtGui import QDesktopServices
-from PySide6.QtNetwork import QLocalSocket
-from PySide6.QtWidgets import QApplication, QMessageBox, QWidget
+from PySide6.QtNetwork import QLocalServer, QLocalSocket
+from PySide6.QtWidgets import QAbstractButton, QApplication, QMessageBox, QWidget
 
 # VB-style message box flags and answers (DESIGN.md).
 vbOKOnly = 0
@@ -100,25 +102,62 @@ def _icon_for(buttons: int) -> QMessageBox.Icon:
     }.get(icon, QMessageBox.Icon.NoIcon)
 
 
-def msgbox(prompt: str, buttons: int = vbOKOnly, title: str = "") -> int:
-    """Show a VB-style message box and return vbOK, vbYes or vbNo."""
-    box = QMessageBox(QApplication.activeWindow())
+def _box_parent() -> QWidget | None:
+    """The window a box belongs to: the active one, unless it is a box already closing."""
+    window = QApplication.activeWindow()
+    if window is None or isinstance(window, QMessageBox) or not window.isVisible():
+        return None
+    return window
+
+
+def build_message_box(
+    prompt: str, buttons: int = vbOKOnly, title: str = ""
+) -> tuple[QMessageBox, dict[int, QAbstractButton]]:
+    """The box `msgbox` shows, not yet shown: its icon, buttons and default from the flags.
+
+    Returns the box and its buttons by the answer each gives (vbYes/vbNo or vbOK), so the
+    mapping is inspected without waiting for a person.
+    """
+    box = QMessageBox(_box_parent())
     box.setWindowTitle(title or _platform.title)
+    # Plain text: a name holding "<" or "&" is shown as typed, never read as markup.
+    box.setTextFormat(Qt.TextFormat.PlainText)
     # The spec's prompts break lines with a carriage return alone.
     box.setText(prompt.replace("\r\n", "\n").replace("\r", "\n"))
     box.setIcon(_icon_for(buttons))
+    answers: dict[int, QAbstractButton] = {}
     if buttons & 0x0F == vbYesNo:
         yes = box.addButton("&Sim", QMessageBox.ButtonRole.YesRole)
         no = box.addButton("&Não", QMessageBox.ButtonRole.NoRole)
         box.setDefaultButton(no if buttons & vbDefaultButton2 else yes)
         box.setEscapeButton(no)
+        answers = {vbYes: yes, vbNo: no}
+    else:
+        ok = box.addButton("OK", QMessageBox.ButtonRole.AcceptRole)
+        box.setDefaultButton(ok)
+        box.setEscapeButton(ok)
+        answers = {vbOK: ok}
+    return box, answers
+
+
+def answer_of(box: QMessageBox, answers: dict[int, QAbstractButton]) -> int:
+    """The answer of the button the person pressed; closing the box counts as its escape."""
+    clicked = box.clickedButton() or box.escapeButton()
+    for answer, button in answers.items():
+        if button is clicked:
+            return answer
+    return vbNo if vbNo in answers else vbOK
+
+
+def msgbox(prompt: str, buttons: int = vbOKOnly, title: str = "") -> int:
+    """Show a VB-style message box and return vbOK, vbYes or vbNo."""
+    box, answers = build_message_box(prompt, buttons, title)
+    try:
         box.exec()
-        return vbYes if box.clickedButton() is yes else vbNo
-    ok = box.addButton("OK", QMessageBox.ButtonRole.AcceptRole)
-    box.setDefaultButton(ok)
-    box.setEscapeButton(ok)
-    box.exec()
-    return vbOK
+        return answer_of(box, answers)
+    finally:
+        if shiboken6.isValid(box):  # its parent may have gone while it was up
+            box.deleteLater()
 
 
 def show_modal(window: QWidget) -> None:
@@ -279,8 +318,12 @@ SW_SHOWNORMAL = 1
 
 
 def placement_settings(app_name: str) -> QSettings:
-    """The per-user settings store of the application (Part 1.4)."""
-    return QSettings("Varemo", app_name)
+    """The per-user settings store of the application (Part 1.4).
+
+    The default format is the platform's (the registry on Windows); naming it explicitly
+    lets a test redirect the store with `QSettings.setDefaultFormat` and `setPath`.
+    """
+    return QSettings(QSettings.defaultFormat(), QSettings.Scope.UserScope, "Varemo", app_name)
 
 
 def _read_int(settings: QSettings, key: str) -> int:
@@ -336,27 +379,36 @@ def save_placement(window: QWidget, app_name: str) -> None:
     settings.sync()
 
 
-def listen_for_activation(title: str, on_activate: object) -> object:
-    """Serve the single-instance guard: a later copy's request calls `on_activate`.
+def _server_answers(name: str) -> bool:
+    socket = QLocalSocket()
+    socket.connectToServer(name)
+    answered = socket.waitForConnected(500)
+    if answered:
+        socket.disconnectFromServer()
+    return answered
 
-    A copy killed earlier may leave its socket behind; no copy answered, so it is stale
-    and removed before listening.
+
+def listen_for_activation(title: str, on_activate: Callable[[], object]) -> QLocalServer:
+    """Serve the single-instance guard: a later copy's connection calls `on_activate`.
+
+    A copy killed earlier leaves its socket behind; when no copy answers on it, it is
+    stale and removed before listening again. A live copy's socket is never removed.
     """
-    from PySide6.QtNetwork import QLocalServer
-
     name = instance_server_name(title)
     server = QLocalServer()
-    QLocalServer.removeServer(name)
     if not server.listen(name):
-        return server
+        if _server_answers(name):
+            return server  # another copy holds the name (it came up meanwhile)
+        QLocalServer.removeServer(name)
+        server.listen(name)
 
     def accept() -> None:
         while server.hasPendingConnections():
             connection = server.nextPendingConnection()
-            connection.readyRead.connect(connection.readAll)
+            # The request's bytes carry nothing: drain them so the buffer stays empty.
+            connection.readyRead.connect(lambda c=connection: c.readAll())
             connection.disconnected.connect(connection.deleteLater)
-            if callable(on_activate):
-                on_activate()
+            on_activate()
 
     server.newConnection.connect(accept)
     return server
