@@ -8,6 +8,8 @@ The window starts on the item page (page 0, level 4) at "Aluguel da loja", 1 of 
 
 from __future__ import annotations
 
+import pytest
+
 from varemo_contas.app import desktop
 from varemo_contas.editor.tree import KEY_ROLE
 
@@ -554,3 +556,72 @@ def test_item_saved_after_walking_the_path_with_selector_choices(contas, fake_de
     assert fake_desktop.boxes == []
     assert rows(ITEMS)[-1] == (10, "Gás", 6, 0)
     assert parent_key(contas, "10N4") == "6N3"
+
+
+def test_sector_name_of_another_category_is_created_under_the_typed_one(contas, fake_desktop, rows):
+    """Part 2.5 step 3: lookups are by name and parent code, so the whole path is new."""
+    contas.tool_click("ID_Incluir")
+    type_path(contas, "Receitas", "Despesas Administrativas", "Ocupação", "Energia", "Luz")
+    contas.tool_click("ID_Gravar")
+    assert rows(SECTORS)[-1] == (5, "Despesas Administrativas", 1)
+    assert rows(GROUPS)[-1] == (7, "Ocupação", 5)
+    assert rows(ACCOUNTS)[-1] == (8, "Energia", 7)
+    assert rows(ITEMS)[-1] == (10, "Luz", 8, 0)
+    assert parent_key(contas, "5N1") == "1N0"
+
+
+def test_account_name_shared_by_two_groups_is_resolved_by_parent(contas, fake_desktop, rows):
+    """Part 2.5 step 4: "Baguete" exists under Pães of Vendas Produtos, not of Fornecedores."""
+    contas.tool_click("ID_Incluir")
+    type_path(contas, "Despesas", "Despesas Fornecedores", "Fornecedores Produtos", "Pães")
+    contas.Combo[4].set_text("Baguete")
+    contas.tool_click("ID_Gravar")
+    assert fake_desktop.boxes == []
+    assert len(rows(ACCOUNTS)) == 7
+    assert rows(ITEMS)[-1] == (10, "Baguete", 3, 0)
+
+
+# --- saving after a deletion -----------------------------------------------------------------
+
+DELETED_ROW_DEFECT = (
+    "Part 2.5: a name not found starts a new row; SaveMixin._find_code reads Codigo of the "
+    "current row even after a failed find, and after Part 2.6 deleted a row that is not the "
+    "table's last the level recordset still stands on the deleted row: JetError 3167 "
+    "'O registro foi excluído.' goes to the error log, nothing is saved, and every retry fails"
+)
+
+
+@pytest.mark.xfail(strict=True, reason=DELETED_ROW_DEFECT)
+def test_insert_after_deleting_an_item_saves_the_new_item(
+    contas, fake_desktop, rows, error_log_text
+):
+    """Parts 2.6 then 2.5: delete "Condomínio" (7), then insert "Seguro" beside it."""
+    contas.Arvore_NodeClick(contas.node("7N4"))
+    contas.tool_click("ID_Excluir")
+    contas.tool_click("ID_Incluir")
+    type_path(contas, "Despesas", "Despesas Administrativas", "Ocupação", "Aluguel e condomínio")
+    contas.Combo[4].set_text("Seguro")
+    contas.tool_click("ID_Gravar")
+    assert error_log_text() == ""
+    assert rows("SELECT CodigoCategoria3 FROM NivelCategoria4 WHERE Nome = 'Seguro'") == [(5,)]
+    assert_visualizar(contas)
+
+
+@pytest.mark.xfail(strict=True, reason=DELETED_ROW_DEFECT)
+def test_level_page_insert_after_deleting_a_group_saves_the_new_group(
+    start_contas, fake_desktop, rows, error_log_text
+):
+    """Parts 2.6 then 2.5 on the level page: delete group 7 (not the table's last), insert."""
+    window = start_contas(
+        "INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1, Travado) "
+        "VALUES (7, 'Marketing', 3, 0), (8, 'Viagens', 3, 0);"
+    )
+    window.tool_click("ID_Grupo")
+    window.Arvore_NodeClick(window.node("7N2"))
+    window.tool_click("ID_Excluir")
+    assert rows("SELECT Codigo FROM NivelCategoria2 WHERE Codigo = 7") == []
+    window.tool_click("ID_Incluir")
+    window.Texto[2].set_text("Eventos")
+    window.tool_click("ID_Gravar")
+    assert error_log_text() == ""
+    assert rows("SELECT CodigoCategoria1 FROM NivelCategoria2 WHERE Nome = 'Eventos'") == [(3,)]
