@@ -42,6 +42,11 @@ PICTURE_COLLAPSE = 1
 PICTURE_TOOLTIPS = ("Mostrar as opções do período", "Ocultar as opções do período")
 
 
+def today() -> date:
+    """Today's date, the boxes' value on opening (one place, so tests can fix the day)."""
+    return date.today()
+
+
 # --- the window --------------------------------------------------------------------------
 
 
@@ -261,9 +266,9 @@ class DataPeriodo(QDialog):
             self.retroactive = stored_retro
             self.Flamula.setTitle(periodo.flamula_caption(self.retroactive))
             self.option = periodo.SEMANAL
-            today = date.today()
-            self.Datas[0].setValue(today)
-            self.Datas[1].setValue(today)
+            day = today()
+            self.Datas[0].setValue(day)
+            self.Datas[1].setValue(day)
         finally:
             self._loading = False
         self.RecalculaDatas()
