@@ -8,6 +8,7 @@ sibling modules go through the desktop seam (Part 1.4), recorded by `fake_deskto
 from __future__ import annotations
 
 import pytest
+from PySide6.QtCore import Qt
 from PySide6.QtGui import QAction
 
 from varemo_contas.app import desktop, helptopics
@@ -338,4 +339,25 @@ def test_clicking_a_tool_plays_sound_7_before_the_command(contas, desk) -> None:
 def test_clicking_a_tool_runs_its_command(contas, desk) -> None:
     action(contas, "ID_Setor").trigger()
     assert desk.sounds == [7]
+    assert contas.NivelAtual == 1
+
+
+def test_mouse_entering_a_toolbar_button_plays_sound_6(contas, desk, qtbot) -> None:
+    """Part 1.4: sound 6 when the mouse passes over a tool, here its toolbar button."""
+    contas.show()
+    qtbot.waitExposed(contas)
+    button = contas.Barra1.widgetForAction(action(contas, "ID_Incluir"))
+    assert button is not None
+    qtbot.mouseMove(contas.Arvore)  # from elsewhere in the window onto the button
+    qtbot.mouseMove(button)
+    qtbot.waitUntil(lambda: desk.sounds == [6], timeout=2000)
+    assert contas.Status.panel_text(MESSAGE_PANEL) == "Incluir novo registro"
+
+
+def test_clicking_a_toolbar_button_plays_sound_7_and_runs_the_command(contas, desk, qtbot) -> None:
+    contas.show()
+    qtbot.waitExposed(contas)
+    button = contas.Barra1.widgetForAction(action(contas, "ID_Setor"))
+    qtbot.mouseClick(button, Qt.MouseButton.LeftButton)
+    assert 7 in desk.sounds
     assert contas.NivelAtual == 1
