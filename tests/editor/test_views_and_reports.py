@@ -323,11 +323,6 @@ def test_answering_no_to_the_delete_question_leaves_both_tables_untouched(
     assert report_list(contas) == [("Resultado Mensal", 1)]
 
 
-@pytest.mark.xfail(
-    strict=True,
-    reason="reportlist.ExcluirRelatorio asks with vbYesNo + vbQuestion (36) without "
-    "vbDefaultButton2: Yes is the default, the Overview's conventions want No",
-)
 def test_the_delete_question_has_no_as_the_default_button(contas, fake_desktop):
     """Overview conventions: confirmations use Yes and No with No the default."""
     contas.tool_click("ID_Relatorios")

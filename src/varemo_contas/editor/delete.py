@@ -96,6 +96,8 @@ class DeleteMixin:
                 deleted = table.find_first(code_criteria(code))
                 if deleted:
                     table.delete()
+                    if table.record_count:
+                        table.move_first()  # the level source never stands on a deleted row
         if refusal is not None:
             desktop.msgbox(refusal[0], desktop.vbInformation, refusal[1])
             return

@@ -71,7 +71,8 @@ class ReportListMixin:
         code = self.CodigoRelatorio
         answer = desktop.msgbox(
             "Deseja excluir definivamente o relatório " + self.NomeRelatorio + "?",
-            desktop.vbYesNo + desktop.vbQuestion,
+            # Overview: confirmations default to No.
+            desktop.vbYesNo + desktop.vbQuestion + desktop.vbDefaultButton2,
             "Excluir relatório",
         )
         if answer != desktop.vbYes:

@@ -79,7 +79,10 @@ class SaveMixin:
         found = table.find_first(criteria)
         if table.bof or table.eof:
             return found, 0
-        return found, int(table["Codigo"])
+        try:
+            return found, int(table["Codigo"])
+        except JetError:
+            return found, 0  # the row it stood on was deleted: there is no code to take
 
     def _category_code(self) -> int:
         # Part 2.5: a category is never created; an unknown name leaves the level-0 row as is.
