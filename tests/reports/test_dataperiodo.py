@@ -577,3 +577,30 @@ def test_every_button_press_plays_the_click_sound(dialog: DataPeriodo, fake_desk
 def test_f1_opens_the_period_help(dialog: DataPeriodo, fake_desktop, qtbot) -> None:
     qtbot.keyClick(dialog, Qt.Key.Key_F1)
     assert [call.args for call in fake_desktop.named("show_help")] == [(27000,)]
+
+
+@pytest.mark.qt_log_ignore("does not support raise", "does not support grabbing the keyboard")
+def test_calendar_starts_its_weeks_on_the_week_start(dialog: DataPeriodo) -> None:
+    """The date box's calendar speaks Portuguese and follows `InicioSemana`."""
+    dialog.Datas[0].show_calendar()
+    popup = dialog.Datas[0].popup
+    assert popup.firstDayOfWeek() == Qt.DayOfWeek.Sunday
+    assert popup.locale().name() == "pt_BR"
+    popup.hide()
+    dialog.InicioSemana.setCurrentIndex(1)
+    dialog.Datas[0].show_calendar()
+    assert popup.firstDayOfWeek() == Qt.DayOfWeek.Monday
+    popup.hide()
+
+
+def test_handlers_called_as_the_seam_select_their_buttons(dialog: DataPeriodo) -> None:
+    """DESIGN.md seams: `Opcao_Click(i)` and `OpcaoRetrocede_Click(i)` act as a click on i."""
+    dialog.OpcaoRetrocede_Click(0)
+    assert dialog.OpcaoRetrocede[0].isChecked() and dialog.retroactive is True
+    assert texts(dialog) == ["08-04-2024", "14-04-2024"]
+    dialog.Opcao_Click(MENSAL)
+    assert checked_option(dialog) == MENSAL
+    assert texts(dialog) == ["08-03-2024", "08-04-2024"]
+    dialog.OpcaoRetrocede_Click(1)
+    assert dialog.OpcaoRetrocede[1].isChecked() and dialog.retroactive is False
+    assert texts(dialog) == ["01-03-2024", "31-03-2024"]

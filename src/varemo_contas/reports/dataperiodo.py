@@ -261,6 +261,7 @@ class DataPeriodo(QDialog):
             stored_week, stored_retro = self._read_company()
             self.InicioSemana.setCurrentIndex(stored_week - 1)
             self.week_start = int(self.InicioSemana.currentData())
+            self._share_week_start()
             self.OpcaoRetrocede[0].setChecked(stored_retro)
             self.OpcaoRetrocede[1].setChecked(not stored_retro)
             self.retroactive = stored_retro
@@ -319,6 +320,10 @@ class DataPeriodo(QDialog):
         self.Opcao[index].setChecked(True)
         self.Opcao_Click(index)
 
+    def _share_week_start(self) -> None:
+        for box in self.Datas:
+            box.week_start = self.week_start
+
     def _current_state(self) -> tuple[int, bool, int]:
         return (self.option, self.retroactive, self.week_start)
 
@@ -330,6 +335,8 @@ class DataPeriodo(QDialog):
     # --- Part 4.2: reactions -------------------------------------------------------------
     def Opcao_Click(self, index: int) -> None:
         """A period option: recompute around the start box, then the click sound."""
+        # A click selects its button (also when the handler is called as the seam).
+        self.Opcao[index].setChecked(True)
         self.settings_changing = True
         try:
             self.option = index
@@ -342,6 +349,7 @@ class DataPeriodo(QDialog):
 
     def OpcaoRetrocede_Click(self, index: int) -> None:
         """The period type: retroactive or complete, the frame caption, recompute."""
+        self.OpcaoRetrocede[index].setChecked(True)
         self.settings_changing = True
         try:
             self.retroactive = self.OpcaoRetrocede[0].isChecked()
@@ -359,6 +367,7 @@ class DataPeriodo(QDialog):
         try:
             desktop.process_events()
             self.week_start = int(self.InicioSemana.currentData())
+            self._share_week_start()
             self.RecalculaDatas()
             self._remember()
         finally:

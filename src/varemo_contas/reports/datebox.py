@@ -9,7 +9,7 @@ from __future__ import annotations
 
 from datetime import date
 
-from PySide6.QtCore import QDate, QPointF, QRectF, Qt
+from PySide6.QtCore import QDate, QLocale, QPointF, QRectF, Qt
 from PySide6.QtGui import QAction, QColor, QIcon, QKeyEvent, QPainter, QPainterPath, QPen, QPixmap
 from PySide6.QtWidgets import QCalendarWidget, QLineEdit, QWidget
 
@@ -74,6 +74,11 @@ def calendar_picture(size: int = 16) -> QPixmap:
 # --- the date boxes ----------------------------------------------------------------------
 
 
+def qt_day_of_week(week_start: int) -> Qt.DayOfWeek:
+    """A week start 1 = Sunday ... 7 = Saturday as Qt's day (Monday 1 ... Sunday 7)."""
+    return Qt.DayOfWeek((week_start + 5) % 7 + 1)
+
+
 class DateBox(QLineEdit):
     """A date entry field "dd-mm-yyyy" that can hold a text that is not a date.
 
@@ -85,6 +90,8 @@ class DateBox(QLineEdit):
         self.setInputMask(DATE_MASK)
         self.setAlignment(Qt.AlignmentFlag.AlignCenter)
         self.popup: QCalendarWidget | None = None
+        # The calendar's first column follows the period window's week start (Part 4.2).
+        self.week_start = periodo.DEFAULT_WEEK_START
         self.calendar_action = QAction(QIcon(calendar_picture()), "", self)
         self.calendar_action.triggered.connect(self.show_calendar)
         self.addAction(self.calendar_action, QLineEdit.ActionPosition.TrailingPosition)
@@ -145,8 +152,11 @@ class DateBox(QLineEdit):
             self.popup.setVerticalHeaderFormat(
                 QCalendarWidget.VerticalHeaderFormat.NoVerticalHeader
             )
+            # The interface is Brazilian Portuguese, whatever the system's language.
+            self.popup.setLocale(QLocale(QLocale.Language.Portuguese, QLocale.Country.Brazil))
             self.popup.clicked.connect(self._picked)
             self.popup.activated.connect(self._picked)
+        self.popup.setFirstDayOfWeek(qt_day_of_week(self.week_start))
         current = self.date()
         self.popup.setSelectedDate(current if current.isValid() else QDate.currentDate())
         self.popup.adjustSize()
