@@ -8,8 +8,6 @@ The window starts on the item page (page 0, level 4) at "Aluguel da loja", 1 of 
 
 from __future__ import annotations
 
-import pytest
-
 from varemo_contas.app import desktop
 from varemo_contas.editor.tree import KEY_ROLE
 
@@ -241,14 +239,6 @@ def test_renaming_sector_to_a_siblings_name_is_not_refused(contas, fake_desktop,
     assert len(rows(SECTORS)) == 4
 
 
-SIBLING_NAME_TREE_DEFECT = (
-    "Part 2.5/2.1: after an edit, the tree change is made for CodigoGravado, the first row "
-    "found again by name and parent, which is the sibling that already had the name; the "
-    "edited record's node keeps its old text although the database holds the new name"
-)
-
-
-@pytest.mark.xfail(strict=True, reason=SIBLING_NAME_TREE_DEFECT)
 def test_item_renamed_to_a_siblings_name_shows_the_new_name_in_the_tree(contas, fake_desktop, rows):
     """Part 2.5 edge case + Part 2.1: the node text is the row's `Nome`."""
     contas.Arvore_NodeClick(contas.node("7N4"))  # "Condomínio", sibling "Aluguel da loja" (6)
@@ -259,7 +249,6 @@ def test_item_renamed_to_a_siblings_name_shows_the_new_name_in_the_tree(contas, 
     assert contas.node("7N4").text(0) == "Aluguel da loja"
 
 
-@pytest.mark.xfail(strict=True, reason=SIBLING_NAME_TREE_DEFECT)
 def test_sector_renamed_to_a_siblings_name_shows_the_new_name_in_the_tree(
     contas, fake_desktop, rows
 ):
@@ -648,3 +637,16 @@ def test_level_page_insert_after_deleting_a_group_saves_the_new_group(
     window.tool_click("ID_Gravar")
     assert error_log_text() == ""
     assert rows("SELECT CodigoCategoria1 FROM NivelCategoria2 WHERE Nome = 'Eventos'") == [(3,)]
+
+
+def test_save_on_empty_page_makes_the_new_record_current(start_contas, fake_desktop, rows):
+    """Parts 2.4/2.5: insert on an empty item page, type the whole path, save: 1/1."""
+    window = start_contas("DELETE FROM NivelCategoria4;")
+    window.tool_click("ID_Incluir")
+    type_path(window, "Despesas", "Despesas Administrativas", "Ocupação", "Energia", "Gás")
+    window.tool_click("ID_Gravar")
+    assert fake_desktop.boxes == []
+    assert rows(ITEMS) == [(10, "Gás", 6, 0)]
+    assert_visualizar(window)
+    assert current_code(window, 4) == 10
+    assert window.Status.panel_text(2) == "Registro 1/1"

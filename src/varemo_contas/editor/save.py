@@ -122,8 +122,12 @@ class SaveMixin:
         table.update()
         _found, self.CodigoGravado = self._find_code(table, name_criteria(level, name, parent))
         self.Gravou = True
+        # The tree follows the written row, not the one the read-back finds (a sibling may
+        # share the new name: Part 2.5 does not refuse a rename to a sibling's name).
         changes.append(
-            TreeChange("edit" if editing else "add", level, self.CodigoGravado, name, parent)
+            TreeChange(
+                "edit" if editing else "add", level, code or self.CodigoGravado, name, parent
+            )
         )
         return None
 
@@ -164,7 +168,9 @@ class SaveMixin:
         _found, self.CodigoGravado = self._find_code(items, name_criteria(4, name, parent))
         self.Gravou = True
         changes.append(
-            TreeChange("edit" if editing else "add", 4, self.CodigoGravado, name, parent)
+            TreeChange(
+                "edit" if editing else "add", 4, item_code or self.CodigoGravado, name, parent
+            )
         )
         return None
 
