@@ -425,6 +425,7 @@ def test_escape_during_insertion_cancels_it_without_any_question(contas, fake_de
     contas.Combo[4].set_text("Item digitado")
     contas.Form_KeyDown(Qt.Key.Key_Escape)
     assert fake_desktop.boxes == []
+    assert contas.state.database is not None  # the window was not unloaded
     assert_browsing(contas)
     assert rows(ITEMS) == items
     assert contas.Combo[4].text() == "Aluguel da loja"
