@@ -443,3 +443,58 @@ def test_archive_mode_keeps_insert_edit_delete_disabled_after_every_command(
         window.Movimento_Click(index)
     window.Arvore_NodeClick(window.node("9N4"))
     assert record_tools(window) == [False, False, False]
+
+
+# --- the tools themselves ------------------------------------------------------------------
+
+
+def test_a_tool_triggered_in_the_menu_or_toolbar_runs_its_command(contas, fake_desktop):
+    """Part 2.3: every command is a `QAction` whose key goes to the one dispatcher."""
+    contas.actions_by_key["ID_Conta"].trigger()
+    assert (contas.NivelAtual, contas.PaginaAtiva) == (3, 1)
+    assert 7 in fake_desktop.sounds
+    contas.actions_by_key["ID_Item"].trigger()
+    assert (contas.NivelAtual, contas.PaginaAtiva) == (4, 0)
+
+
+def test_hovering_a_tool_shows_its_tooltip_in_the_status_bar(contas, fake_desktop):
+    """Part 2.3 tooltip routine, with the hover sound of Part 1.4."""
+    action = contas.actions_by_key["ID_Grupo"]
+    action.hover()
+    assert contas.Status.panel_text(0) == "Visualiza todos os grupos cadastrados"
+    assert action.toolTip() == "Visualiza todos os grupos cadastrados"
+    assert 6 in fake_desktop.sounds
+
+
+def test_hovering_a_record_tool_on_the_report_list_shows_the_report_text(contas, fake_desktop):
+    contas.tool_click("ID_Relatorios")
+    contas.actions_by_key["ID_Excluir"].hover()
+    assert contas.Status.panel_text(0) == "Excluir o relatório selecionado"
+
+
+# --- report definitions from the list (Part 4.3's window, when it exists) -------------------
+
+
+def test_id_incluir_on_the_list_opens_a_new_report_definition(contas, fake_desktop, rows):
+    """Part 2.3: while `Relatos` is visible "ID_Incluir" starts a report, not a record."""
+    pytest.importorskip("varemo_contas.reports.arvrelat")
+    shown = []
+    fake_desktop.modal_hook = shown.append
+    chart = [rows(sql) for sql in CHART]
+    contas.tool_click("ID_Relatorios")
+    contas.tool_click("ID_Incluir")
+    assert [type(window).__name__ for window in shown] == ["ArvRelat"]
+    assert not contas.EmInclusao
+    assert [rows(sql) for sql in CHART] == chart
+
+
+def test_id_alterar_on_the_list_opens_the_chosen_report_definition(contas, fake_desktop):
+    pytest.importorskip("varemo_contas.reports.arvrelat")
+    shown = []
+    fake_desktop.modal_hook = shown.append
+    contas.tool_click("ID_Relatorios")
+    choose_report(contas, "Resultado Mensal")
+    contas.tool_click("ID_Alterar")
+    assert [type(window).__name__ for window in shown] == ["ArvRelat"]
+    assert not contas.EmAlteracao
+    assert fake_desktop.boxes == []
