@@ -10,6 +10,7 @@ from __future__ import annotations
 import pytest
 from PySide6.QtCore import QEvent, Qt
 from PySide6.QtGui import QFocusEvent
+from PySide6.QtTest import QTest
 from PySide6.QtWidgets import QApplication
 
 from varemo_contas.app import desktop
@@ -300,6 +301,50 @@ def test_the_list_taking_the_focus_is_not_a_choice(contas, fake_desktop, rows, k
     assert contas.Relatos.currentRow() == 0  # what Qt does on focus
     before = snapshot(rows)
     contas.tool_click(key)
+    assert [b.prompt for b in fake_desktop.boxes] == [SELECT_FIRST[0]]
+    assert snapshot(rows) == before
+
+
+def click_report(window, name: str, modifier=Qt.KeyboardModifier.NoModifier) -> None:
+    """A real mouse click on the report's row of `Relatos` (the window must be shown)."""
+    row = [text for text, _code in report_list(window)].index(name)
+    rect = window.Relatos.visualItemRect(window.Relatos.item(row))
+    QTest.mouseClick(window.Relatos.viewport(), Qt.MouseButton.LeftButton, modifier, rect.center())
+
+
+@pytest.fixture
+def shown(contas, qtbot):
+    contas.resize(1200, 780)
+    contas.show()
+    qtbot.waitExposed(contas)
+    contas.tool_click("ID_Relatorios")
+    return contas
+
+
+def test_a_mouse_click_on_a_report_chooses_it(shown, fake_desktop):
+    click_report(shown, "Resultado Mensal")
+    assert shown.CodigoRelatorio == 1
+    fake_desktop.answers = [desktop.vbNo]
+    shown.tool_click("ID_Excluir")
+    assert fake_desktop.boxes[0].prompt == (
+        "Deseja excluir definivamente o relatório Resultado Mensal?"
+    )
+
+
+@pytest.mark.xfail(
+    strict=True,
+    reason="reportlist: a report deselected in `Relatos` (Ctrl+click) still counts as chosen "
+    "(RelatorioEscolhido stays True): ID_Excluir asks to delete it instead of "
+    "'Primeiro selecione o relatório na lista'",
+)
+def test_a_report_deselected_in_the_list_is_no_longer_chosen(shown, fake_desktop, rows):
+    """Part 2.3 selection check: with no report selected in the list, the message."""
+    before = snapshot(rows)
+    click_report(shown, "Resultado Mensal")
+    click_report(shown, "Resultado Mensal", Qt.KeyboardModifier.ControlModifier)
+    assert shown.Relatos.selectedItems() == []
+    fake_desktop.answers = [desktop.vbYes]
+    shown.tool_click("ID_Excluir")
     assert [b.prompt for b in fake_desktop.boxes] == [SELECT_FIRST[0]]
     assert snapshot(rows) == before
 
