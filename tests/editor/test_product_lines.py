@@ -265,3 +265,47 @@ def test_a_product_under_an_existing_line_account_is_saved_under_it(editor, fake
     new_items = [row for row in rows(ITEMS) if row not in items]
     assert [(name, parent, product) for _c, name, parent, product in new_items] == [("Broa", 3, 0)]
     assert len(rows(ACCOUNTS)) == 7
+
+
+def test_inserting_from_a_supplier_item_lists_lines_and_products_at_once(
+    start_contas, fake_desktop
+):
+    """Part 2.7 via Part 2.4: the selectors above keep the supplier path, so the lists of
+    levels 3 and 4 are the lines and the products of the line named in `Combo(3)`."""
+    window = start_contas(MORE_LINES)
+    window.Arvore_NodeClick(window.node("4N4"))  # Pão francês under Fornecedores Produtos
+    window.tool_click("ID_Incluir")
+    assert [c.text() for c in window.Combo] == [
+        "Despesas",
+        "Despesas Fornecedores",
+        "Fornecedores Produtos",
+        "Pães",
+        "",
+    ]
+    assert window.ModoLinhas and not window.Insumo
+    assert names(window.Combo[3]) == GOODS_LINES
+    assert names(window.Combo[4]) == ["Baguete", "Broa", "Pão francês"]
+    assert fake_desktop.boxes == []
+
+
+def test_editing_an_unlinked_item_of_a_raw_material_group_lists_lines_and_products(
+    start_contas, fake_desktop
+):
+    """Part 2.7: an item with `CodigoProduto` 0 under "Fornecedores Insumos" is editable and
+    its account and item selectors list raw-material lines and that line's products."""
+    window = start_contas(
+        MORE_LINES
+        + """
+        INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES (8, 'Embalagens', 4);
+        INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3, CodigoProduto, Marca)
+            VALUES (10, 'Caixa de papelão', 8, 0, 0);
+        """
+    )
+    window.Arvore_NodeClick(window.node("10N4"))
+    window.tool_click("ID_Alterar")
+    assert window.EmAlteracao
+    assert window.ModoLinhas and window.Insumo
+    assert names(window.Combo[3]) == RAW_LINES
+    assert names(window.Combo[4]) == ["Caixa de papelão", "Saco de papel"]
+    assert [c.text() for c in window.Combo][3:] == ["Embalagens", "Caixa de papelão"]
+    assert fake_desktop.boxes == []
