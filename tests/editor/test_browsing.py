@@ -438,3 +438,23 @@ def test_hit_buttons_at_the_first_and_the_last_hit(three_hits, fake_desktop):
 
 def test_hit_buttons_are_off_before_any_search(contas, fake_desktop):
     assert [b.isEnabled() for b in contas.MoveFiltro] == [False] * 5
+
+
+def test_an_item_whose_account_is_missing_is_browsed_with_empty_parent_names(
+    start_contas, fake_desktop, error_log_text
+):
+    """The joined query is a left join (Part 1.1): an item left out of the tree (Part 2.1,
+    implementer's choice) is still a row of the item page, first in the order, its parents'
+    names empty; the moves pass over it without failing."""
+    window = start_contas(
+        "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3, CodigoProduto, Marca)"
+        " VALUES (40, 'Órfão', 99, 0, 0);"
+    )
+    assert counter(window) == "Registro 1/10"
+    assert [c.text() for c in window.Combo] == ["", "", "", "", "Órfão"]
+    window.Movimento_Click(3)
+    assert counter(window) == "Registro 2/10"
+    assert window.Combo[4].text() == "Aluguel da loja"
+    window.Movimento_Click(2)
+    assert counter(window) == "Registro 1/10"
+    assert error_log_text() == ""
