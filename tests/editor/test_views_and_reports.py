@@ -331,12 +331,6 @@ def test_a_mouse_click_on_a_report_chooses_it(shown, fake_desktop):
     )
 
 
-@pytest.mark.xfail(
-    strict=True,
-    reason="reportlist: a report deselected in `Relatos` (Ctrl+click) still counts as chosen "
-    "(RelatorioEscolhido stays True): ID_Excluir asks to delete it instead of "
-    "'Primeiro selecione o relatório na lista'",
-)
 def test_a_report_deselected_in_the_list_is_no_longer_chosen(shown, fake_desktop, rows):
     """Part 2.3 selection check: with no report selected in the list, the message."""
     before = snapshot(rows)

@@ -63,6 +63,10 @@ def run_program(program_folder: str) -> int:
     if desktop.activate_running_copy(state.title):
         return 0
     splash = Entrada(state)
+    # Listen at once: a copy started while this one still loads must find it (Part 1.4).
+    guard = desktop.listen_for_activation(
+        state.title, lambda: desktop.bring_to_front(splash.main_window or splash)
+    )
     splash.show()
     app.processEvents()
     if not startup.splash_load(state):
@@ -72,7 +76,6 @@ def run_program(program_folder: str) -> int:
     app.processEvents()
     window = Contas(state)
     window.Form_Load()
-    guard = desktop.listen_for_activation(state.title, lambda: desktop.bring_to_front(window))
     splash.main_window = window
     splash.Timer1.start()
     code = app.exec()

@@ -54,8 +54,22 @@ REQUIRED_TABLES = (
 )
 
 
+def apply_locale() -> None:
+    """Month names and number formats follow the user; a bare "C" system speaks Portuguese.
+
+    The suite is Brazilian: where the system names no language (LANG=C, POSIX), dates and
+    money are written as a Brazilian user reads them.
+    """
+    from PySide6.QtCore import QLocale
+
+    system = QLocale.system()
+    if system.language() in (QLocale.Language.C, QLocale.Language.AnyLanguage):
+        QLocale.setDefault(QLocale(QLocale.Language.Portuguese, QLocale.Country.Brazil))
+
+
 def new_state(program_folder: str) -> State:
     """Part 1.2 steps 2-3: version text, ready flag, the program folder ending in a separator."""
+    apply_locale()
     state = State()
     state.version_text = f"{state.major}.{state.minor}.{state.revision}".strip()
     state.main_window_ready = False

@@ -254,6 +254,9 @@ class Contas(
 
     def tool_click(self, key: str) -> None:
         """Part 2.3 dispatcher: run the command of a key; an unknown key does nothing."""
+        action = self.actions_by_key.get(key)
+        if action is not None and not action.isEnabled():
+            return  # a switched-off tool does nothing, whoever asks (archive, modes)
         handler = self.command_handlers().get(key)
         if handler is None and key.startswith("ID_Modulo"):
             number = key.removeprefix("ID_Modulo")

@@ -48,6 +48,7 @@ class ModesMixin:
             return
         self.PosicaoSalva[page] = self.data_set().bookmark
         self.Status.set_panel(MESSAGE_PANEL, "Alterando Registro")
+        self.Detalhes.setText("Alterando o registro: digite o novo nome e grave (Esc cancela)")
         self.set_command_group(False)
         self._bands(False)
         self.MenuBotao(commands.MODE_EDIT)
@@ -77,6 +78,9 @@ class ModesMixin:
                 self.fill_all_selectors()
             self.Status.set_panel(RECORD_PANEL, "Registro " + f"{total + 1}/{total + 1}")
             self.Status.set_panel(MESSAGE_PANEL, "Inserindo novo registro")
+            self.Detalhes.setText(
+                "Novo registro: escolha ou digite o caminho e grave (Esc cancela)"
+            )
             self.set_command_group(False)
             self._bands(False)
             self.MenuBotao(commands.MODE_INSERT)

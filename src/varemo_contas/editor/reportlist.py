@@ -24,6 +24,11 @@ class ReportListMixin:
     def _relatos_selection(self) -> None:
         if self.Relatos.selectedItems():
             self.Relatos_Click()
+        elif self.RelatorioEscolhido:
+            # Deselected (Ctrl+click): nothing is chosen any more.
+            self.RelatorioEscolhido = False
+            self.CodigoRelatorio = 0
+            self.clear_marks()
 
     def Relatos_Click(self) -> None:
         """A report chosen: keep its code and show its marks in the tree (Part 2.1)."""
