@@ -73,7 +73,8 @@ class Entrada(QWidget):
         self.Empresa = self._label(
             "Empresa", state.company_name, QColor("#d9e8df"), sans_font(10.5)
         )
-        self.Empresa.setGeometry(left, 158, width, 22)
+        self.Empresa.setGeometry(left, 152, width, 40)
+        self.Empresa.setWordWrap(True)  # a long company name wraps instead of being cut
         loading = sans_font(8.5)
         loading.setItalic(True)
         self.Carregando = self._label("Carregando", LOADING_TEXT, QColor("#b9d3c4"), loading)
