@@ -309,3 +309,42 @@ def test_editing_an_unlinked_item_of_a_raw_material_group_lists_lines_and_produc
     assert names(window.Combo[4]) == ["Caixa de papelão", "Saco de papel"]
     assert [c.text() for c in window.Combo][3:] == ["Embalagens", "Caixa de papelão"]
     assert fake_desktop.boxes == []
+
+
+def test_the_lines_and_products_set_is_opened_at_start_with_the_spec_query(contas, fake_desktop):
+    """Part 2.7 data model: one inner join, so a line without products is not in it."""
+    assert contas.Linhas.source == (
+        "SELECT Linhas.CodigoLinha, Linhas.NomeLinha, Linhas.Insumo, Produtos.* "
+        + "FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = Produtos.CodigoLinha "
+        + " ORDER BY Linhas.Insumo, Linhas.NomeLinha, Produtos.NomeProduto;"
+    )
+    assert contas.Linhas.record_count == 4  # lines 1 and 2 only; "Sorvetes" has no products
+
+
+def test_the_product_list_finds_the_line_by_name_and_flag(editor, fake_desktop, monkeypatch):
+    """Part 2.7 "Fill the product list" step 2: "NomeLinha = '" + name + "' AND Insumo = "."""
+    criteria: list[str] = []
+    original = editor.Linhas.find_first
+
+    def spy(text: str) -> bool:
+        criteria.append(text)
+        return original(text)
+
+    monkeypatch.setattr(editor.Linhas, "find_first", spy)
+    choose_path(editor, "Despesas", "Despesas Fornecedores", "Fornecedores Produtos")
+    choose(editor, 3, "Pães")
+    choose(editor, 2, "Fornecedores Insumos")
+    choose(editor, 3, "Farinhas")
+    assert criteria == [
+        "NomeLinha = 'Pães' AND Insumo = False",
+        "NomeLinha = 'Farinhas' AND Insumo = True",
+    ]
+
+
+def test_the_lists_are_read_through_the_scratch_source_and_closed(editor, fake_desktop):
+    """Part 2.7: `Rascunho` is opened for each query and closed after it."""
+    choose_path(editor, "Despesas", "Despesas Fornecedores", "Fornecedores Produtos")
+    assert editor.Rascunho.recordset is None
+    choose(editor, 3, "Pães")
+    assert editor.Rascunho.recordset is None
+    assert editor.Rascunho.record_source.startswith("SELECT * FROM Produtos WHERE ")
