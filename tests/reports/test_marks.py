@@ -230,6 +230,20 @@ def test_nothing_marked_stores_nothing(tree) -> None:
     assert marks.stored_rows(widget.topLevelItem(0)) == []
 
 
+def test_fill_missing_parents_repairs_unmarked_ancestors_only(tree) -> None:
+    """A "Nenhum" node over marked children takes their state; stored states stay."""
+    widget, nodes = tree
+    for key in ("6N4", "7N4"):
+        nodes[key].set_image(TODOS)
+    nodes["8N4"].set_image(TODOS)
+    nodes["6N3"].set_image(ALGUNS)  # stored so: left as it is
+    marks.fill_missing_parents(widget.topLevelItem(0))
+    assert nodes["5N3"].image == TODOS
+    assert nodes["6N3"].image == ALGUNS
+    assert images(nodes, "5N2", "3N1", "2N0", "NI") == [ALGUNS] * 4
+    assert images(nodes, "1N0", "2N1", "3N0") == [NENHUM] * 3
+
+
 def test_key_parts() -> None:
     """Part 4.3: the numeric start of the key and its last two characters."""
     assert marks.key_parts("17N3") == (17, "N3")

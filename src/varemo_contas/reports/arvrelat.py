@@ -11,6 +11,9 @@ Choices Part 4.3 leaves open, made here:
   opened with, compared as the database compares names (ASCII letters case-blind); a
   changed name is refused only when it belongs to another definition, so a match on the
   definition's own row is accepted.
+- A definition stored without some marked ancestor's row (the demo's lack the root's
+  "NI") shows that ancestor as its children make it, so that saving it again keeps every
+  marked branch (the save walk skips a "Nenhum" node with its subtree).
 - A name box left blank is refused like the prompt text, with the same message.
 - After a successful save the window stays open for more changes, now editing the saved
   definition (mode 2, its code and name), and emits `saved`; the main window refreshes its
@@ -169,6 +172,7 @@ class ArvRelat(QDialog):
         else:
             self.Nome.setText(self.NomeRelatorio)
             self.ContasLer()
+            marks.fill_missing_parents(root)
             self.expand_marked()
             self.Arvore.setCurrentItem(root)
             self.Arvore.scrollToItem(root)

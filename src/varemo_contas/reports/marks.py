@@ -111,6 +111,44 @@ def click(node: QTreeWidgetItem) -> None:
     recompute_up(node)
 
 
+def children_state(node: QTreeWidgetItem) -> str | None:
+    """What step 3.2-3.3 makes of a node from its children; None when none carries an image."""
+    all_chosen = none_chosen = True
+    for index in range(node.childCount()):
+        image = image_of(node.child(index))
+        if image == ALGUNS:
+            return ALGUNS
+        if image == NENHUM:
+            all_chosen = False
+        elif image == TODOS:
+            none_chosen = False
+    if all_chosen and none_chosen:
+        return None
+    if all_chosen:
+        return TODOS
+    return NENHUM if none_chosen else ALGUNS
+
+
+def fill_missing_parents(root: QTreeWidgetItem) -> None:
+    """Give a "Nenhum" node whose children are marked the state its children make.
+
+    Definitions written by this window store every marked ancestor (the root too), but
+    the demo and other modules may leave rows out (the root's "NI" above all). The save
+    walk skips a "Nenhum" node with its subtree, so such a node would silently drop its
+    marked branch on the next save; bottom-up, only "Nenhum" nodes are changed.
+    """
+    stack, order = [root], []
+    while stack:
+        node = stack.pop()
+        order.append(node)
+        stack.extend(node.child(i) for i in range(node.childCount()))
+    for node in reversed(order):  # children before their parents
+        if node.childCount() and image_of(node) == NENHUM:
+            state = children_state(node)
+            if state is not None and state != NENHUM:
+                set_image(node, state)
+
+
 def saved_nodes(root: QTreeWidgetItem) -> list[QTreeWidgetItem]:
     """`ContasSalvar` step 3: from the root down, children in order; a node in "Nenhum" is
     skipped with its subtree, since no part of it is chosen."""
