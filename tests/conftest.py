@@ -5,7 +5,10 @@ from __future__ import annotations
 import os
 
 os.environ.setdefault("QT_QPA_PLATFORM", "offscreen")
-os.environ.setdefault("LANG", "pt_BR.UTF-8")
+# The users are Brazilian: the tests run under Portuguese settings whatever the machine's.
+os.environ["LANG"] = "pt_BR.UTF-8"
+os.environ.pop("LC_ALL", None)
+os.environ.pop("LC_TIME", None)
 
 from collections.abc import Iterator
 from dataclasses import dataclass, field
