@@ -438,3 +438,48 @@ def test_main_window_opens_it_and_refreshes_its_list(contas, fake_desktop) -> No
     contas.tool_click("ID_Incluir")
     names = [contas.Relatos.item(i).text() for i in range(contas.Relatos.count())]
     assert "Novo pela janela" in names
+
+
+@pytest.mark.slow
+def test_a_50000_item_chart_opens_and_saves_quickly(tmp_path, qtbot, fake_desktop) -> None:
+    """ContasLer reads the rows once: a 50,000-item definition opens in well under seconds,
+    with the same images the spec's find-first per node gives."""
+    import importlib.util
+    import random
+    import time
+
+    path = Path(__file__).resolve().parents[2] / "bench" / "generate.py"
+    spec = importlib.util.spec_from_file_location("bench_generate_arvrelat", path)
+    assert spec is not None and spec.loader is not None
+    generate = importlib.util.module_from_spec(spec)
+    spec.loader.exec_module(generate)
+    company = str(tmp_path / "grande.mdb")
+    generate.generate_company(company, items=50_000, lines=1_000)
+    database = Database.open(company)
+    state = State(database=database, data_folder=str(tmp_path) + os.sep)
+    start = time.perf_counter()
+    window = ArvRelat(state, 2, 1, "Resultado Mensal")
+    opened = time.perf_counter() - start
+    qtbot.addWidget(window)
+    assert len(window.nodes) > 50_000
+    assert opened < 5.0, opened
+    items = database.open_recordset("SELECT * FROM RelatorioItens WHERE CodigoRelatorio = 1")
+    for node in random.Random(3).sample(list(window.nodes.values()), 25):
+        found = items.find_first(
+            "CodigoConta = " + str(node.code) + " AND Nivel = '" + node.level_text + "'"
+        )
+        expected = {2: ALGUNS, 3: TODOS}[items["Imagem"]] if found else NENHUM
+        if node.key != "NI":  # the root is repaired from its children (no "NI" row stored)
+            assert node.image == expected, node.key
+    items.close()
+    window.Arvore_NodeClick(window.root)
+    if window.root.image != TODOS:
+        window.Arvore_NodeClick(window.root)
+    assert all(node.image == TODOS for node in window.nodes.values())
+    start = time.perf_counter()
+    save(window, fake_desktop)
+    assert time.perf_counter() - start < 5.0
+    assert rows(database, "SELECT COUNT(*) FROM RelatorioItens WHERE CodigoRelatorio = 1") == [
+        (len(window.nodes),)
+    ]
+    database.close()

@@ -45,7 +45,7 @@ from varemo_contas.app.images import NENHUM
 from varemo_contas.data.dao import Recordset, RecordsetType
 from varemo_contas.data.errors import JetError
 from varemo_contas.data.jet import nocase
-from varemo_contas.editor.tree import STORED_IMAGES, Node, build_tree, walk
+from varemo_contas.editor.tree import STORED_IMAGES, Node, build_tree
 from varemo_contas.reports import marks
 
 if TYPE_CHECKING:
@@ -172,7 +172,8 @@ class ArvRelat(QDialog):
         else:
             self.Nome.setText(self.NomeRelatorio)
             self.ContasLer()
-            marks.fill_missing_parents(root)
+            # The node dict lists parents before children (level by level).
+            marks.fill_missing_parents(root, self.nodes.values())
             self.expand_marked()
             self.Arvore.setCurrentItem(root)
             self.Arvore.scrollToItem(root)
@@ -212,18 +213,15 @@ class ArvRelat(QDialog):
         except JetError as exc:
             errorlog.log_exception(self.state, ROTINA_TREEVIEW, exc)
             return
-        for node in walk(root):
+        for node in self.nodes.values():  # the root and every node, no tree walk needed
             image = stored.get((node.code, nocase(node.level_text)))
             if image is not None:
                 marks.set_image(node, image)
 
     def expand_marked(self) -> None:
         """Mode 2: every node whose state is not "Nenhum" is expanded."""
-        root = self.root
-        if root is None:
-            return
-        for node in walk(root):
-            if marks.image_of(node) != NENHUM and node.childCount():
+        for node in self.nodes.values():
+            if node.image != NENHUM and node.childCount():
                 node.setExpanded(True)
 
     # --- Part 4.3: check marks -------------------------------------------------------------

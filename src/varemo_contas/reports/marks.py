@@ -8,6 +8,8 @@ bare trees. A click on a node runs `toggle`, `push_down` and `recompute_up` in t
 
 from __future__ import annotations
 
+from collections.abc import Iterable
+
 from PySide6.QtWidgets import QTreeWidgetItem
 
 from varemo_contas.app.images import ALGUNS, NENHUM, TODOS
@@ -129,19 +131,25 @@ def children_state(node: QTreeWidgetItem) -> str | None:
     return NENHUM if none_chosen else ALGUNS
 
 
-def fill_missing_parents(root: QTreeWidgetItem) -> None:
+def fill_missing_parents(
+    root: QTreeWidgetItem, top_down: Iterable[QTreeWidgetItem] | None = None
+) -> None:
     """Give a "Nenhum" node whose children are marked the state its children make.
 
     Definitions written by this window store every marked ancestor (the root too), but
     the demo and other modules may leave rows out (the root's "NI" above all). The save
     walk skips a "Nenhum" node with its subtree, so such a node would silently drop its
     marked branch on the next save; bottom-up, only "Nenhum" nodes are changed.
+    `top_down` may give the nodes already listed parents first (a window's node dict).
     """
-    stack, order = [root], []
-    while stack:
-        node = stack.pop()
-        order.append(node)
-        stack.extend(node.child(i) for i in range(node.childCount()))
+    if top_down is None:
+        stack, order = [root], []
+        while stack:
+            node = stack.pop()
+            order.append(node)
+            stack.extend(node.child(i) for i in range(node.childCount()))
+    else:
+        order = list(top_down)
     for node in reversed(order):  # children before their parents
         if node.childCount() and image_of(node) == NENHUM:
             state = children_state(node)
