@@ -273,13 +273,12 @@ def item_total_reference(
     return _reference(_Scratch(), database, movement, path, start, end, lines, 4)
 
 
-def SomaVendas(state: object, path: ItemPath, lines: Recordset | None = None) -> float:
-    """The shared-state form: reads the period from `state`, builds in `state.sql`,
-    returns `Somatoria` and leaves the quantity in `state.quantity_total`."""
+def _soma(state: object, movement: Movement, path: ItemPath, lines: Recordset | None) -> float:
+    # Part 4.1 "Interfaces": inputs from the program state, the quantity left there.
     money, quantity = _reference(
         state,  # type: ignore[arg-type]
         state.database,  # type: ignore[attr-defined]
-        SALES,
+        movement,
         path,
         state.period_start,  # type: ignore[attr-defined]
         state.period_end,  # type: ignore[attr-defined]
@@ -288,22 +287,17 @@ def SomaVendas(state: object, path: ItemPath, lines: Recordset | None = None) ->
     )
     state.quantity_total = quantity  # type: ignore[attr-defined]
     return money
+
+
+def SomaVendas(state: object, path: ItemPath, lines: Recordset | None = None) -> float:
+    """The shared-state form: reads the period from `state`, builds in `state.sql`,
+    returns `Somatoria` and leaves the quantity in `state.quantity_total`."""
+    return _soma(state, SALES, path, lines)
 
 
 def SomaCompras(state: object, path: ItemPath, lines: Recordset | None = None) -> float:
     """The purchase counterpart of `SomaVendas`."""
-    money, quantity = _reference(
-        state,  # type: ignore[arg-type]
-        state.database,  # type: ignore[attr-defined]
-        PURCHASES,
-        path,
-        state.period_start,  # type: ignore[attr-defined]
-        state.period_end,  # type: ignore[attr-defined]
-        lines,
-        4,
-    )
-    state.quantity_total = quantity  # type: ignore[attr-defined]
-    return money
+    return _soma(state, PURCHASES, path, lines)
 
 
 # --- the bulk computation ---------------------------------------------------------
