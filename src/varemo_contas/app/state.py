@@ -46,3 +46,5 @@ class State:
     period_start: str = ""
     period_end: str = ""
     confirmed: bool = False
+    # Part 4.1: the quantity total a totals routine leaves beside its money result.
+    quantity_total: float = 0.0
