@@ -427,6 +427,19 @@ class Recordset:
         self._positions = None
         self._value_index = {}
 
+    def _index_appended(self, row: tuple, position: int) -> None:
+        """A row added at the end keeps the indexes valid: add its values to them."""
+        for column, index in list(self._value_index.items()):
+            if index is None:
+                continue
+            value = row[column]
+            if value is None:
+                continue
+            if not isinstance(value, int) or isinstance(value, bool):
+                self._value_index[column] = None
+            else:
+                index.setdefault(value, position)
+
     def _indexed_first(self, text: str) -> int | bool | None:
         """The first row with `field = number`, from an index; False when not indexable."""
         match = _EQUALS_NUMBER.match(text)
@@ -537,9 +550,11 @@ class Recordset:
             cursor = self.database._run(sql, values)
             rowid = cursor.lastrowid
             self.database._note_write(self)
-            self._rows.append(self._fetch(rowid))
+            row = self._fetch(rowid)
+            self._rows.append(row)
             self._ids.append(rowid)
-            self._changed()
+            self._positions = None
+            self._index_appended(row, len(self._rows) - 1)
             self.last_modified = rowid
         else:
             index = self._current()
@@ -550,8 +565,12 @@ class Recordset:
                     f'UPDATE "{table}" SET {assignments} WHERE rowid = ?', (*values, rowid)
                 )
                 self.database._note_write(self)
-            self._rows[index] = self._fetch(rowid)
-            self._changed()
+            before = self._rows[index]
+            self._rows[index] = after = self._fetch(rowid)
+            # Only the indexes of columns whose value changed are rebuilt (the search edits
+            # thousands of rows found by an unchanged code).
+            for column in [c for c in self._value_index if before[c] != after[c]]:
+                del self._value_index[column]
             self.last_modified = rowid
         self._mode = EditMode.NONE
         self._buffer = {}

@@ -2,6 +2,8 @@
 
 from __future__ import annotations
 
+from dataclasses import dataclass, field
+
 from PySide6.QtCore import Qt
 from PySide6.QtWidgets import QTreeWidget, QTreeWidgetItem
 
@@ -71,39 +73,96 @@ def node_key(code: object, level: int) -> str:
     return f"{int(code)}N{level}"
 
 
-def build_tree(tree: QTreeWidget, database: Database) -> tuple[dict[str, Node], int]:
+@dataclass
+class LazyItems:
+    """Items of a large chart kept as rows until their account is opened.
+
+    Creating 50,000 item nodes at start-up costs more than reading them (issue 3's
+    budget), so above a threshold an account's items become nodes when the account is
+    expanded, when one of them is asked for, or when a report walk needs them.
+    """
+
+    pending: dict[str, list[tuple[str, str]]] = field(default_factory=dict)
+    parent_of: dict[str, str] = field(default_factory=dict)
+    images: dict[str, str] = field(default_factory=dict)
+
+    def materialize(self, account: QTreeWidgetItem, nodes: dict[str, Node]) -> None:
+        key = account.data(0, KEY_ROLE)
+        rows = self.pending.pop(key, None)
+        if not rows:
+            return
+        rows.sort(key=lambda row: jet_key(row[1]))
+        made = []
+        for item_key, name in rows:
+            node = Node(item_key, name, self.images.pop(item_key, NENHUM))
+            nodes[item_key] = node
+            made.append(node)
+            self.parent_of.pop(item_key, None)
+        account.addChildren(made)
+
+    def add(self, account_key: str, item_key: str, name: str) -> None:
+        self.pending.setdefault(account_key, []).append((item_key, name))
+        self.parent_of[item_key] = account_key
+
+    def remove(self, item_key: str) -> None:
+        account_key = self.parent_of.pop(item_key, None)
+        if account_key is not None:
+            rows = self.pending.get(account_key, [])
+            rows[:] = [row for row in rows if row[0] != item_key]
+        self.images.pop(item_key, None)
+
+
+def build_tree(
+    tree: QTreeWidget, database: Database, lazy_items_over: int | None = None
+) -> tuple[dict[str, Node], int]:
     """Fill a tree with the root and the five level tables; returns its nodes and orphans.
 
     Children are sorted by name as Jet sorts (Part 2.1 leaves the order open). A row
     whose parent is missing is left out with its descendants (Part 2.1 leaves it open
-    too); the caller tells the user how many were left out.
+    too); the caller tells the user how many were left out. With more items than
+    `lazy_items_over`, items wait in `tree.lazy_items` until their account opens.
     """
     root = Node(ROOT_KEY, ROOT_TEXT)
     nodes: dict[str, Node] = {ROOT_KEY: root}
     orphans = 0
     children: dict[str, list[Node]] = {}
+    lazy: LazyItems | None = None
     for level in range(5):
         table = database.open_recordset(f"NivelCategoria{level}", RecordsetType.SNAPSHOT)
         try:
             code_at = table.field_index("Codigo")
             name_at = table.field_index("Nome")
             parent_at = table.field_index(f"CodigoCategoria{level - 1}") if level else -1
-            rows = sorted(table.rows(), key=lambda row: jet_key(row[name_at] or ""))
+            rows = table.rows()
+            if level == 4 and lazy_items_over is not None and len(rows) > lazy_items_over:
+                lazy = LazyItems()  # sorted per account when it opens
+            else:
+                rows = sorted(rows, key=lambda row: jet_key(row[name_at] or ""))
         finally:
             table.close()
         for row in rows:
-            parent_key = ROOT_KEY if level == 0 else None
+            parent_key = ROOT_KEY
             if level:
                 parent_code = row[parent_at]
                 parent_key = node_key(parent_code, level - 1) if parent_code is not None else ""
             if parent_key not in nodes:
                 orphans += 1
                 continue
-            node = Node(node_key(row[code_at], level), str(row[name_at] or ""))
-            nodes[node.key] = node
+            key = node_key(row[code_at], level)
+            if lazy is not None:
+                lazy.add(parent_key, key, str(row[name_at] or ""))
+                continue
+            node = Node(key, str(row[name_at] or ""))
+            nodes[key] = node
             children.setdefault(parent_key, []).append(node)
     for parent_key, kids in children.items():
         nodes[parent_key].addChildren(kids)
+    if lazy is not None:
+        for account_key in lazy.pending:
+            nodes[account_key].setChildIndicatorPolicy(
+                QTreeWidgetItem.ChildIndicatorPolicy.ShowIndicator
+            )
+    tree.lazy_items = lazy
     tree.clear()
     tree.addTopLevelItem(root)
     root.setExpanded(True)
@@ -121,46 +180,96 @@ def walk(node: QTreeWidgetItem) -> list[QTreeWidgetItem]:
     return out
 
 
+LAZY_ITEMS_OVER = 5_000
+
+
 class TreeMixin:
     """The main window's share of Part 2.1: building the tree and showing marks."""
 
     nodes: dict[str, Node]
 
+    @property
+    def lazy_items(self) -> LazyItems | None:
+        return getattr(self.Arvore, "lazy_items", None)
+
     def CarregaArvore(self) -> None:
         """Build the tree anew (Part 2.1, "Building the tree"); failures are logged."""
         try:
-            self.nodes, orphans = build_tree(self.Arvore, self.state.database)
+            self.nodes, orphans = build_tree(
+                self.Arvore, self.state.database, lazy_items_over=LAZY_ITEMS_OVER
+            )
         except JetError as exc:
             errorlog.log_exception(self.state, errorlog.ROTINA_TREEVIEW, exc)
             return
+        if not getattr(self, "_lazy_connected", False):
+            self.Arvore.itemExpanded.connect(self._materialize)
+            self._lazy_connected = True
         if orphans:
             self.Status.set_panel(
                 0,
                 f"{orphans} registro(s) sem nível superior cadastrado não aparecem na árvore",
             )
 
+    def _materialize(self, account: QTreeWidgetItem) -> None:
+        lazy = self.lazy_items
+        if lazy is not None:
+            lazy.materialize(account, self.nodes)
+
+    def materialize_marked(self) -> None:
+        """Make nodes of the items of every marked account (a report walk reads them)."""
+        lazy = self.lazy_items
+        if lazy is None:
+            return
+        for account_key in list(lazy.pending):
+            account = self.nodes.get(account_key)
+            if account is not None and account.image != NENHUM:
+                lazy.materialize(account, self.nodes)
+
     def MostraMarcas(self, report_code: int) -> None:
-        """Part 2.1: set each node's image from a saved report's `RelatorioItens` rows."""
+        """Part 2.1: set each node's image from a saved report's `RelatorioItens` rows.
+
+        The rows are read once; the first row for a code and level wins, as the spec's
+        find-first ("CodigoConta = " + code + " AND Nivel = '" + level + "'") takes it.
+        """
         recordset = self.state.database.open_recordset(
             "SELECT * FROM RelatorioItens WHERE " + "CodigoRelatorio = " + str(report_code)
         )
         try:
-            root = self.Arvore.topLevelItem(0)
-            if root is None:
-                return
-            for node in walk(root):
-                found = recordset.find_first(
-                    "CodigoConta = " + str(node.code) + " AND Nivel = '" + node.level_text + "'"
-                )
-                if found:
-                    image = STORED_IMAGES.get(int(recordset.value("Imagem", 0)))
-                    if image is not None:
-                        node.set_image(image)
+            stored: dict[tuple[int, str], object] = {}
+            code_at = recordset.field_index("CodigoConta")
+            level_at = recordset.field_index("Nivel")
+            image_at = recordset.field_index("Imagem")
+            for row in recordset.rows():
+                if row[code_at] is not None and row[level_at] is not None:
+                    stored.setdefault((int(row[code_at]), str(row[level_at])), row[image_at])
         finally:
             recordset.close()
+        root = self.Arvore.topLevelItem(0)
+        if root is None:
+            return
+        for node in walk(root):
+            value = stored.get((node.code, node.level_text))
+            image = STORED_IMAGES.get(int(value)) if value is not None else None
+            if image is not None:
+                node.set_image(image)
+        lazy = self.lazy_items
+        if lazy is not None:
+            for (code, level_text), value in stored.items():
+                key = f"{code}{level_text}"
+                image = STORED_IMAGES.get(int(value)) if value is not None else None
+                if image is not None and level_text == "N4" and key in lazy.parent_of:
+                    lazy.images[key] = image
 
     def node(self, key: str) -> Node | None:
-        return getattr(self, "nodes", {}).get(key)
+        nodes = getattr(self, "nodes", {})
+        found = nodes.get(key)
+        lazy = self.lazy_items
+        if found is None and lazy is not None and key in lazy.parent_of:
+            account = nodes.get(lazy.parent_of[key])
+            if account is not None:
+                lazy.materialize(account, nodes)
+                found = nodes.get(key)
+        return found
 
 
 def insert_sorted(parent: QTreeWidgetItem, node: QTreeWidgetItem) -> None:
@@ -183,6 +292,7 @@ class TreeChangesMixin:
         nodes = getattr(self, "nodes", None)
         if nodes is None:
             return
+        lazy = getattr(self.Arvore, "lazy_items", None)
         for change in changes:
             key = node_key(change.code, change.level)
             parent_key = (
@@ -190,10 +300,18 @@ class TreeChangesMixin:
                 if change.level == 0
                 else node_key(change.parent_code or 0, change.level - 1)
             )
+            if lazy is not None and key in lazy.parent_of:
+                lazy.remove(key)  # an unopened item: its row moves, renames or goes
+                if change.kind != "delete":
+                    lazy.add(parent_key, key, change.name)
+                continue
             if change.kind == "delete":
                 node = nodes.pop(key, None)
                 if node is not None and node.parent() is not None:
                     node.parent().removeChild(node)
+                continue
+            if lazy is not None and change.kind == "add" and parent_key in lazy.pending:
+                lazy.add(parent_key, key, change.name)
                 continue
             parent = nodes.get(parent_key)
             node = nodes.get(key)
