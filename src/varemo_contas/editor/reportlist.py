@@ -7,6 +7,7 @@ from PySide6.QtCore import Qt
 from varemo_contas.app import desktop
 from varemo_contas.app.images import NENHUM
 from varemo_contas.editor.tree import walk
+from varemo_contas.reports.entries import path_entries
 
 SELECT_FIRST = ("Primeiro selecione o relatório na lista", "Selecionar Relatório")
 
@@ -20,6 +21,7 @@ class ReportListMixin:
         # merely takes the focus (Qt then makes a row current without selecting it).
         self.Relatos.itemSelectionChanged.connect(self._relatos_selection)
         self.BotaoFecharRelatos.clicked.connect(self.hide_report_list)
+        self.BotaoVer.clicked.connect(self.BotaoVer_Click)
 
     def _relatos_selection(self) -> None:
         if self.Relatos.selectedItems():
@@ -92,6 +94,31 @@ class ReportListMixin:
         self.RelatorioEscolhido = False
         self.CodigoRelatorio = 0
         self.clear_marks()
+
+    def BotaoVer_Click(self) -> None:
+        """Part 2.1 "Ver": the period (Part 4.2), then report number 2 of the tree's marks."""
+        if not self.report_selected():
+            return
+        from varemo_contas.reports.dataperiodo import DataPeriodo
+        from varemo_contas.reports.runreport import run_report
+
+        period = DataPeriodo(self.state, self)
+        self.child_windows.append(period)
+        self.state.confirmed = False
+        desktop.show_modal(period)
+        if not self.state.confirmed:
+            return
+        self.materialize_marked()
+        root = self.Arvore.topLevelItem(0)
+        self.ListaEntradas = path_entries(root) if root is not None else []
+        run_report(
+            self.state,
+            2,
+            self,
+            entries=self.ListaEntradas,
+            name=self.NomeRelatorio,
+            lines=self.Linhas,
+        )
 
     def IncluirRelatorio(self) -> None:
         self.open_report_definition(1, 0, "")
