@@ -1,0 +1,730 @@
+"""The banded report engine of Parts 4.4-4.6, after ActiveReports' unbound model.
+
+A `Report` has a report header, a page header, nested group header/footer pairs, a detail,
+a page footer and a report footer. It is fed row by row: `DataInitialize` once, then
+`FetchData` returns the next row's fields (a dict) or None at the end of data. Before a
+section is laid out its format hook runs, a report method named `<Section>_Format`
+(e.g. `Detail_Format`), which may hide controls, change texts or hide the section.
+`ReportStart` runs before the first page (Parts 4.4/4.5 ask about the orientation there).
+
+`run_report_layout(report)` produces a `Document`: pages of positioned text and line items in
+millimetres, read by find, copy, the table of contents and the tests without painting;
+`painter.py` paints them on a printer, a PDF writer, an image or the preview.
+
+As in ActiveReports, the next row is fetched before the group footers of the previous one are
+formatted, so a footer's hook sees the new row in `fields` (Part 4.4 keeps "previous names"
+for that reason); bound controls and sums of a footer show its own group's values.
+"""
+
+from __future__ import annotations
+
+import datetime
+from collections.abc import Callable, Iterator
+from dataclasses import dataclass, field
+from enum import Enum, IntEnum
+
+from PySide6.QtCore import QDate, QLocale, QSizeF
+from PySide6.QtGui import QFont, QFontMetricsF, QGuiApplication, QImage
+
+MM_PER_INCH = 25.4
+A4_MM = QSizeF(210.0, 297.0)
+# Measuring resolution: text widths are taken at printer precision, then kept in mm.
+MEASURE_DPI = 1200
+FALLBACK_FAMILIES = ("DejaVu Sans", "Arial", "Helvetica")
+
+
+class Orientation(IntEnum):
+    """Page orientation, numbered as ActiveReports' `ddOPortrait`/`ddOLandscape`."""
+
+    PORTRAIT = 1
+    LANDSCAPE = 2
+
+
+class Align(Enum):
+    LEFT = "left"
+    CENTER = "center"
+    RIGHT = "right"
+
+
+# --- number and date texts -------------------------------------------------------------
+
+
+def format_money(value: float | int | None) -> str:
+    """ "##,##0.00" in the user's locale: pt_BR "1.234,56" and "-1.234,56" (Part 4.4)."""
+    number = round(float(value or 0.0), 2)
+    if number == 0:
+        number = 0.0  # never "-0,00"
+    return QLocale().toString(number, "f", 2)
+
+
+def long_date(day: datetime.date | None = None) -> str:
+    """A date in the system's long date format ("Impresso: ", Parts 4.4/4.5)."""
+    day = day or datetime.date.today()
+    return QLocale().toString(QDate(day.year, day.month, day.day), QLocale.FormatType.LongFormat)
+
+
+# --- fonts and measuring ---------------------------------------------------------------
+
+
+@dataclass(frozen=True)
+class Font:
+    """A report font: size in points; the family is the application's with fallbacks."""
+
+    size: float = 9.5
+    bold: bool = False
+    italic: bool = False
+    family: str | None = None
+
+    def qfont(self) -> QFont:
+        font = QFont()
+        families = [self.family] if self.family else []
+        app_family = QGuiApplication.font().family() if QGuiApplication.instance() else ""
+        families += [name for name in (app_family, *FALLBACK_FAMILIES) if name]
+        font.setFamilies(families)
+        font.setPointSizeF(self.size)
+        font.setBold(self.bold)
+        font.setItalic(self.italic)
+        # Metrics independent of the screen: the layout is the same on paper and preview.
+        font.setHintingPreference(QFont.HintingPreference.PreferNoHinting)
+        font.setKerning(True)
+        # No "fi"/"fl" ligatures: text copied or extracted from a PDF reads as typed.
+        for tag in ("liga", "clig", "dlig"):
+            font.setFeature(QFont.Tag(tag), 0)
+        return font
+
+
+_measure_device: QImage | None = None
+_metrics_cache: dict[Font, QFontMetricsF] = {}
+
+
+def _metrics(font: Font) -> QFontMetricsF:
+    global _measure_device
+    metrics = _metrics_cache.get(font)
+    if metrics is None:
+        if _measure_device is None:
+            _measure_device = QImage(4, 4, QImage.Format.Format_ARGB32)
+            dots_per_metre = round(MEASURE_DPI / MM_PER_INCH * 1000)
+            _measure_device.setDotsPerMeterX(dots_per_metre)
+            _measure_device.setDotsPerMeterY(dots_per_metre)
+        metrics = QFontMetricsF(font.qfont(), _measure_device)
+        _metrics_cache[font] = metrics
+    return metrics
+
+
+def text_width(text: str, font: Font) -> float:
+    """Width of a text in millimetres."""
+    return _metrics(font).horizontalAdvance(text) * MM_PER_INCH / MEASURE_DPI
+
+
+def line_height(font: Font) -> float:
+    """Height of one line of a font in millimetres."""
+    return _metrics(font).height() * MM_PER_INCH / MEASURE_DPI
+
+
+def ascent(font: Font) -> float:
+    return _metrics(font).ascent() * MM_PER_INCH / MEASURE_DPI
+
+
+def elide(text: str, font: Font, width: float) -> str:
+    """The text cut with "…" to fit `width` mm (only when it does not fit)."""
+    if text_width(text, font) <= width:
+        return text
+    while text and text_width(text + "…", font) > width:
+        text = text[:-1]
+    return text.rstrip() + "…"
+
+
+def wrap(text: str, font: Font, width: float) -> list[str]:
+    """Word-wrap a text to `width` mm; a word longer than the width is elided."""
+    lines: list[str] = []
+    for paragraph in text.replace("\r\n", "\n").replace("\r", "\n").split("\n"):
+        current = ""
+        for word in paragraph.split(" "):
+            candidate = word if not current else current + " " + word
+            if text_width(candidate, font) <= width or not current:
+                current = candidate
+            else:
+                lines.append(elide(current, font, width))
+                current = word
+        lines.append(elide(current, font, width))
+    return lines
+
+
+# --- the report model ------------------------------------------------------------------
+
+
+@dataclass
+class Summary:
+    """A sum or count of a field over a scope: "group" (the footer's group) or "report"."""
+
+    field: str
+    function: str = "sum"  # "sum" or "count"
+    scope: str = "group"
+
+
+@dataclass
+class TextControl:
+    """A label or a field box: static `text`, a bound `data_field`, or a `summary`.
+
+    Positions are millimetres from the section's left edge (the page's left margin) and top.
+    `width` 0 runs to the right margin. `money` formats numbers with "##,##0.00".
+    """
+
+    name: str
+    left: float = 0.0
+    top: float = 0.0
+    width: float = 0.0
+    text: str = ""
+    data_field: str | None = None
+    summary: Summary | None = None
+    money: bool = False
+    align: Align = Align.LEFT
+    font: Font = field(default_factory=Font)
+    visible: bool = True
+    can_grow: bool = False
+    color: str = "#000000"
+    value: object = None  # the value shown, set by the engine before the format hook
+
+    @property
+    def Visible(self) -> bool:  # ActiveReports spelling used by the format hooks
+        return self.visible
+
+    @Visible.setter
+    def Visible(self, value: bool) -> None:
+        self.visible = value
+
+
+@dataclass
+class LineControl:
+    """A horizontal rule: from `left` over `width` mm (0 = to the right margin)."""
+
+    name: str
+    left: float = 0.0
+    top: float = 0.0
+    width: float = 0.0
+    thickness: float = 0.25  # mm
+    visible: bool = True
+    color: str = "#000000"
+
+
+Control = TextControl | LineControl
+
+
+class SectionKind(Enum):
+    REPORT_HEADER = "ReportHeader"
+    PAGE_HEADER = "PageHeader"
+    GROUP_HEADER = "GroupHeader"
+    DETAIL = "Detail"
+    GROUP_FOOTER = "GroupFooter"
+    PAGE_FOOTER = "PageFooter"
+    REPORT_FOOTER = "ReportFooter"
+
+
+class Section:
+    """A band of the report: a height in mm and its controls, addressed by name."""
+
+    def __init__(self, name: str, kind: SectionKind, height: float = 6.0) -> None:
+        self.name = name
+        self.kind = kind
+        self.height = height
+        self.controls: dict[str, Control] = {}
+        self.visible = True
+        # Keep this band on the same page as the next one (group headers by default).
+        self.keep_with_next = kind == SectionKind.GROUP_HEADER
+        self.new_page_before = False
+        # Per printed band, set by a format hook: a table-of-contents entry (text, level)
+        # and a context (e.g. the path of names) that page headers may read.
+        self.bookmark: tuple[str, int] | None = None
+        self.context: object = None
+        # Group headers: the field whose change starts a new group.
+        self.data_field: str | None = None
+        self.group_rows = 0  # group footers: detail rows of the group just ended
+
+    def add(self, control: Control) -> Control:
+        self.controls[control.name] = control
+        return control
+
+    def __getitem__(self, name: str) -> Control:
+        return self.controls[name]
+
+    def text(self, name: str, **options: object) -> TextControl:
+        """Add a text control (see `TextControl`)."""
+        control = TextControl(name, **options)  # type: ignore[arg-type]
+        self.add(control)
+        return control
+
+    def line(self, name: str, **options: object) -> LineControl:
+        control = LineControl(name, **options)  # type: ignore[arg-type]
+        self.add(control)
+        return control
+
+
+class Report:
+    """An unbound banded report; subclasses build sections and implement the feed.
+
+    Hooks (all optional): `ReportStart()`, `DataInitialize()`, `FetchData() -> dict | None`,
+    `<SectionName>_Format()`, `ReportEnd()`. `page_number` holds the page being formatted
+    in page header/footer hooks, `page_count` the number of pages.
+    """
+
+    caption = ""
+
+    def __init__(self) -> None:
+        self.orientation = Orientation.PORTRAIT
+        self.page_size = QSizeF(A4_MM)
+        # Margins in mm: left, top, right, bottom.
+        self.margins = (20.0, 12.0, 15.0, 12.0)
+        self.report_header = Section("ReportHeader", SectionKind.REPORT_HEADER, 0.0)
+        self.page_header = Section("PageHeader", SectionKind.PAGE_HEADER, 0.0)
+        self.groups: list[tuple[Section, Section]] = []
+        self.detail = Section("Detail", SectionKind.DETAIL, 5.0)
+        self.page_footer = Section("PageFooter", SectionKind.PAGE_FOOTER, 0.0)
+        self.report_footer = Section("ReportFooter", SectionKind.REPORT_FOOTER, 0.0)
+        self.fields: dict[str, object] = {}
+        self.page_number = 0
+        self.page_count = 0
+        # The context of a page's first band, for page header hooks (e.g. "continuação").
+        self.page_context: object = None
+        self.document: Document | None = None
+
+    # -- building --
+    def add_group(
+        self, header_name: str, footer_name: str, data_field: str, height: float = 6.0
+    ) -> tuple[Section, Section]:
+        """Add a group header/footer pair inside the groups added before it."""
+        header = Section(header_name, SectionKind.GROUP_HEADER, height)
+        header.data_field = data_field
+        footer = Section(footer_name, SectionKind.GROUP_FOOTER, 0.0)
+        self.groups.append((header, footer))
+        return header, footer
+
+    def sections(self) -> Iterator[Section]:
+        yield self.report_header
+        yield self.page_header
+        for header, _footer in self.groups:
+            yield header
+        yield self.detail
+        for _header, footer in reversed(self.groups):
+            yield footer
+        yield self.page_footer
+        yield self.report_footer
+
+    def section(self, name: str) -> Section:
+        for section in self.sections():
+            if section.name == name:
+                return section
+        raise KeyError(name)
+
+    @property
+    def page_width(self) -> float:
+        width, height = self.page_size.width(), self.page_size.height()
+        return (
+            max(width, height) if self.orientation == Orientation.LANDSCAPE else min(width, height)
+        )
+
+    @property
+    def page_height(self) -> float:
+        width, height = self.page_size.width(), self.page_size.height()
+        return (
+            min(width, height) if self.orientation == Orientation.LANDSCAPE else max(width, height)
+        )
+
+    @property
+    def printable_width(self) -> float:
+        return self.page_width - self.margins[0] - self.margins[2]
+
+    # -- hooks --
+    def ReportStart(self) -> None:
+        """Before the first page."""
+
+    def DataInitialize(self) -> None:
+        """Declare the fields (Part 4.4: "Feed start")."""
+
+    def FetchData(self) -> dict[str, object] | None:
+        """The next row's fields, or None at the end of data."""
+        return None
+
+    def ReportEnd(self) -> None:
+        """After the last page; release the data source here."""
+
+    def close(self) -> None:
+        """Release what the report holds (the viewer calls it when it lets go)."""
+
+    def run(self) -> Document:
+        """Run the report: feed, format, paginate. The result is kept in `document`."""
+        self.document = run_report_layout(self)
+        return self.document
+
+
+# --- the laid-out document ---------------------------------------------------------------
+
+
+@dataclass
+class TextItem:
+    """A text placed on a page: rectangle in mm from the paper's top-left corner."""
+
+    x: float
+    y: float
+    width: float
+    height: float
+    text: str
+    font: Font
+    align: Align = Align.LEFT
+    section: str = ""
+    control: str = ""
+    color: str = "#000000"
+
+    def text_left(self) -> float:
+        """Where the text's first character starts (for highlights and selection)."""
+        if self.align == Align.LEFT:
+            return self.x
+        used = text_width(self.text, self.font)
+        if self.align == Align.RIGHT:
+            return self.x + self.width - used
+        return self.x + (self.width - used) / 2
+
+
+@dataclass
+class LineItem:
+    x1: float
+    y1: float
+    x2: float
+    y2: float
+    thickness: float = 0.25
+    color: str = "#000000"
+    section: str = ""
+
+
+Item = TextItem | LineItem
+
+
+@dataclass
+class TocEntry:
+    """A table-of-contents entry: its text, nesting level, page index (0-based) and top."""
+
+    text: str
+    level: int
+    page: int
+    y: float
+
+
+@dataclass
+class Page:
+    number: int
+    items: list[Item] = field(default_factory=list)
+
+    def texts(self) -> list[TextItem]:
+        return [item for item in self.items if isinstance(item, TextItem)]
+
+    def text(self) -> str:
+        """The page's text in reading order: one line per row of items, tab separated."""
+        rows: list[list[TextItem]] = []
+        for item in sorted(self.texts(), key=lambda t: (round(t.y, 1), t.x)):
+            if rows and abs(rows[-1][0].y - item.y) < 0.6:
+                rows[-1].append(item)
+            else:
+                rows.append([item])
+        return "\n".join("\t".join(t.text for t in sorted(row, key=lambda t: t.x)) for row in rows)
+
+
+@dataclass
+class Document:
+    caption: str
+    page_width: float
+    page_height: float
+    orientation: Orientation
+    pages: list[Page] = field(default_factory=list)
+    toc: list[TocEntry] = field(default_factory=list)
+
+    def text(self) -> str:
+        return "\n\f".join(page.text() for page in self.pages)
+
+
+# --- running and laying out ---------------------------------------------------------------
+
+
+@dataclass
+class Band:
+    """One printed instance of a section, laid out relative to its own top."""
+
+    section: str
+    kind: SectionKind
+    height: float
+    items: list[Item]
+    keep_with_next: bool = False
+    new_page_before: bool = False
+    bookmark: tuple[str, int] | None = None
+    context: object = None
+
+
+def _display(control: TextControl, value: object) -> str:
+    if value is None:
+        return control.text
+    if control.money and isinstance(value, int | float):
+        return format_money(value)
+    if isinstance(value, float) and value.is_integer():
+        return str(int(value))
+    return str(value)
+
+
+class _Accumulator:
+    """Running sums and counts of fields over a scope."""
+
+    def __init__(self) -> None:
+        self.sums: dict[str, float] = {}
+        self.count = 0
+
+    def add(self, row: dict[str, object]) -> None:
+        self.count += 1
+        for name, value in row.items():
+            if isinstance(value, int | float) and not isinstance(value, bool):
+                self.sums[name] = self.sums.get(name, 0.0) + float(value)
+
+    def value(self, summary: Summary) -> float:
+        if summary.function == "count":
+            return float(self.count)
+        return self.sums.get(summary.field, 0.0)
+
+
+class _Runner:
+    def __init__(self, report: Report) -> None:
+        self.report = report
+        self.body_left = report.margins[0]
+        self.width = report.printable_width
+
+    def hook(self, section: Section) -> None:
+        method: Callable[[], object] | None = getattr(self.report, f"{section.name}_Format", None)
+        if callable(method):
+            method()
+
+    def format(
+        self,
+        section: Section,
+        row: dict[str, object],
+        totals: dict[str, _Accumulator] | None = None,
+    ) -> Band | None:
+        """Run a section's hook and lay its visible controls out as a band."""
+        section.bookmark = None
+        section.context = None
+        for control in section.controls.values():
+            if isinstance(control, TextControl):
+                if control.summary is not None and totals is not None:
+                    control.value = totals[control.summary.scope].value(control.summary)
+                elif control.data_field is not None:
+                    control.value = row.get(control.data_field)
+        if section.data_field and section.kind == SectionKind.GROUP_HEADER:
+            value = row.get(section.data_field)
+            section.bookmark = (str(value), self.report.groups.index(self._pair(section)))
+        self.hook(section)
+        if not section.visible:
+            return None
+        return Band(
+            section.name,
+            section.kind,
+            *self._items(section),
+            keep_with_next=section.keep_with_next,
+            new_page_before=section.new_page_before,
+            bookmark=section.bookmark,
+            context=section.context,
+        )
+
+    def _pair(self, header: Section) -> tuple[Section, Section]:
+        return next(pair for pair in self.report.groups if pair[0] is header)
+
+    def _items(self, section: Section) -> tuple[float, list[Item]]:
+        items: list[Item] = []
+        height = section.height
+        for control in section.controls.values():
+            if not control.visible:
+                continue
+            width = control.width or (self.width - control.left)
+            x = self.body_left + control.left
+            if isinstance(control, LineControl):
+                items.append(
+                    LineItem(
+                        x,
+                        control.top,
+                        x + width,
+                        control.top,
+                        control.thickness,
+                        control.color,
+                        section.name,
+                    )
+                )
+                continue
+            text = _display(control, control.value)
+            if not text:
+                continue
+            step = line_height(control.font)
+            lines = wrap(text, control.font, width) if control.can_grow else [text]
+            if not control.can_grow:
+                lines = [elide(text, control.font, width)]
+            for index, line in enumerate(lines):
+                top = control.top + index * step
+                items.append(
+                    TextItem(
+                        x,
+                        top,
+                        width,
+                        step,
+                        line,
+                        control.font,
+                        control.align,
+                        section.name,
+                        control.name,
+                        control.color,
+                    )
+                )
+            height = max(height, control.top + len(lines) * step)
+        return height, items
+
+    def bands(self) -> list[Band]:
+        """Feed the report and format every section instance in print order."""
+        report = self.report
+        bands: list[Band] = []
+
+        def emit(band: Band | None) -> None:
+            if band is not None:
+                bands.append(band)
+
+        scopes = {"report": _Accumulator()}
+        group_totals = [_Accumulator() for _ in report.groups]
+        emit(self.format(report.report_header, report.fields, scopes))
+        previous: dict[str, object] | None = None
+        row = report.FetchData()
+        while row is not None:
+            report.fields.update(row)
+            current = dict(report.fields)
+            changed = 0
+            if previous is not None:
+                changed = len(report.groups)
+                for level, (header, _footer) in enumerate(report.groups):
+                    if previous.get(header.data_field or "") != current.get(
+                        header.data_field or ""
+                    ):
+                        changed = level
+                        break
+                for level in range(len(report.groups) - 1, changed - 1, -1):
+                    emit(self._footer(level, previous, group_totals, scopes))
+            for level in range(changed, len(report.groups)):
+                group_totals[level] = _Accumulator()
+                emit(self.format(report.groups[level][0], current, scopes))
+            emit(self.format(report.detail, current, scopes))
+            for accumulator in (*group_totals, scopes["report"]):
+                accumulator.add(current)
+            previous = current
+            row = report.FetchData()
+        if previous is not None:
+            for level in range(len(report.groups) - 1, -1, -1):
+                emit(self._footer(level, previous, group_totals, scopes))
+        emit(self.format(report.report_footer, previous or report.fields, scopes))
+        return bands
+
+    def _footer(
+        self,
+        level: int,
+        row: dict[str, object],
+        group_totals: list[_Accumulator],
+        scopes: dict[str, _Accumulator],
+    ) -> Band | None:
+        footer = self.report.groups[level][1]
+        footer.group_rows = group_totals[level].count
+        return self.format(footer, row, {**scopes, "group": group_totals[level]})
+
+
+def _chain_height(bands: list[Band], start: int) -> float:
+    """Height of the keep-with-next run starting at `start` plus the band it keeps with."""
+    total = 0.0
+    index = start
+    while index < len(bands):
+        total += bands[index].height
+        if not bands[index].keep_with_next:
+            break
+        index += 1
+    return total
+
+
+def paginate(report: Report, bands: list[Band]) -> Document:
+    """Place bands on pages; a keep-with-next run never ends a page alone."""
+    _left, top, _right, bottom = report.margins
+    document = Document(report.caption, report.page_width, report.page_height, report.orientation)
+    header_height = report.page_header.height
+    footer_height = report.page_footer.height
+    body_top = top + header_height
+    body_bottom = report.page_height - bottom - footer_height
+    body_height = body_bottom - body_top
+    pages: list[list[tuple[float, Band]]] = [[]]
+    y = body_top
+    for index, band in enumerate(bands):
+        needed = _chain_height(bands, index) if band.keep_with_next else band.height
+        if needed > body_height:
+            needed = band.height  # a run longer than a page breaks where it must
+        starts_page = not pages[-1]
+        if not starts_page and (band.new_page_before or y + needed > body_bottom + 1e-6):
+            pages.append([])
+            y = body_top
+        pages[-1].append((y, band))
+        y += band.height
+    report.page_count = len(pages)
+    runner = _Runner(report)
+    for number, placed in enumerate(pages, start=1):
+        page = Page(number)
+        report.page_number = number
+        report.page_context = placed[0][1].context if placed else None
+        header = runner.format(report.page_header, report.fields)
+        if header is not None:
+            page.items += _shifted(header.items, top)
+        for band_top, band in placed:
+            page.items += _shifted(band.items, band_top)
+            if band.bookmark is not None:
+                text, level = band.bookmark
+                document.toc.append(TocEntry(text, level, number - 1, band_top))
+        footer = runner.format(report.page_footer, report.fields)
+        if footer is not None:
+            page.items += _shifted(footer.items, report.page_height - bottom - footer_height)
+        document.pages.append(page)
+    return document
+
+
+def _shifted(items: list[Item], dy: float) -> list[Item]:
+    moved: list[Item] = []
+    for item in items:
+        if isinstance(item, TextItem):
+            moved.append(
+                TextItem(
+                    item.x,
+                    item.y + dy,
+                    item.width,
+                    item.height,
+                    item.text,
+                    item.font,
+                    item.align,
+                    item.section,
+                    item.control,
+                    item.color,
+                )
+            )
+        else:
+            moved.append(
+                LineItem(
+                    item.x1,
+                    item.y1 + dy,
+                    item.x2,
+                    item.y2 + dy,
+                    item.thickness,
+                    item.color,
+                    item.section,
+                )
+            )
+    return moved
+
+
+def run_report_layout(report: Report) -> Document:
+    """ReportStart, DataInitialize, the feed with its format hooks, pages; then ReportEnd."""
+    report.ReportStart()
+    report.DataInitialize()
+    try:
+        bands = _Runner(report).bands()
+    finally:
+        report.ReportEnd()
+    return paginate(report, bands)
