@@ -134,7 +134,8 @@ class ReportViewer(QWidget):
         self.toolbar.setObjectName("BarraVisual")
         self.toolbar.setToolButtonStyle(Qt.ToolButtonStyle.ToolButtonIconOnly)
         self.toolbar.setMovable(False)
-        self.Exibicao = QComboBox()
+        # Parented to the viewer: they live on even when the toolbar lacks their tools.
+        self.Exibicao = QComboBox(self)
         self.Exibicao.setObjectName("Exibicao")
         self.Exibicao.setMinimumContentsLength(9)
         self.Exibicao.setPlaceholderText("Exibição")
@@ -147,7 +148,7 @@ class ReportViewer(QWidget):
         self.NumeroPagina.setSizePolicy(QSizePolicy.Policy.Fixed, QSizePolicy.Policy.Fixed)
         self.NumeroPagina.returnPressed.connect(self.NumeroPagina_Enter)
         self.TotalPaginas = QLabel("de 0")
-        page_box = QWidget()
+        page_box = QWidget(self)
         box_layout = QHBoxLayout(page_box)
         box_layout.setContentsMargins(4, 0, 4, 0)
         box_layout.addWidget(self.NumeroPagina)
@@ -202,6 +203,9 @@ class ReportViewer(QWidget):
             self.actions_by_key[key] = action
             if key in SEPARATE_AFTER:
                 self.toolbar.addSeparator()
+        for key, widget in widgets.items():
+            if key not in self.actions_by_key:
+                widget.setVisible(False)  # its tool is not in this toolbar
         for key in ("Print", "ExportPdf", "TOC", "Find"):
             button = self.toolbar.widgetForAction(self.actions_by_key.get(key, QAction()))
             if isinstance(button, QToolButton):
