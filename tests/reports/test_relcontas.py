@@ -451,3 +451,22 @@ def test_toc_holds_categorias_setores_and_grupos_with_their_pages(big_state: Sta
     for entry in document.toc:
         texts = [t.text for t in document.pages[entry.page].texts() if t.section == "Detail"]
         assert entry.text in texts
+
+
+def test_a_name_longer_than_the_line_wraps_whole(seeded_path: str, state: State) -> None:
+    long_name = " ".join(["Despesa de manutenção preventiva do forno"] * 6)
+    run_sql(
+        seeded_path,
+        "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) "
+        f"VALUES (60, '{long_name}', 6);",
+    )
+    state.database.close()
+    state.database = Database.open(seeded_path)
+    document = RelContas(state, 4).run()
+    pieces = [t for t in document.pages[0].texts() if t.section == "Detail" and "forno" in t.text]
+    assert len(pieces) >= 2
+    assert " ".join(t.text for t in pieces) == long_name
+    assert len({round(t.x, 3) for t in pieces}) == 1
+    after = next(t for t in document.pages[0].texts() if t.text == "Despesas Fornecedores")
+    assert after.y >= pieces[-1].y + pieces[-1].height - 0.01
+    state.database.close()

@@ -316,6 +316,22 @@ def test_single_and_multiple_page_view(qtbot, big_state: State) -> None:
     assert viewer.current_page == 1
     tool(window, "Single View").trigger()
     assert not viewer.canvas.multiple and viewer.canvas.shown_pages() == [1]
+    assert viewer.Zoom == 100  # the single view comes back at the zoom it had
+
+
+def test_the_multiple_view_keeps_two_pages_across_when_the_window_narrows(
+    qtbot, big_state: State
+) -> None:
+    window = preview(qtbot, big_state)
+    window.show()
+    qtbot.waitExposed(window)
+    viewer = window.Visual
+    viewer.set_multiple(True)
+    tool(window, "Table Of Contents").trigger()
+    window.resize(700, 600)
+    QApplication.processEvents()
+    assert viewer.canvas.columns >= 2
+    assert viewer.canvas.width() <= viewer.scroll.viewport().width()
 
 
 # --- table of contents, find, copy ---------------------------------------------------------

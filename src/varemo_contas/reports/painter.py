@@ -20,6 +20,7 @@ from PySide6.QtGui import (
     QPdfWriter,
     QPen,
 )
+from PySide6.QtPrintSupport import QPrinter
 
 from varemo_contas.reports.engine import (
     MM_PER_INCH,
@@ -116,6 +117,9 @@ def render(
     document: Document, device: QPagedPaintDevice, first: int = 1, last: int | None = None
 ) -> None:
     """Paint pages `first`..`last` (1-based) on a printer or PDF writer, one sheet each."""
+    if isinstance(device, QPrinter):
+        # The painter's origin is the paper's corner, whatever margins the printer keeps.
+        device.setFullPage(True)
     device.setPageLayout(page_layout(document))
     last = len(document.pages) if last is None else min(last, len(document.pages))
     first = max(first, 1)

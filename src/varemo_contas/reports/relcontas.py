@@ -142,7 +142,10 @@ class RelContas(Report):
         self.Texto: list[TextControl] = []
         for level in range(5):
             font = LINE_STYLES[level][0]
-            self.Texto.append(self.detail.text(f"Texto{level}", left=INDENT * level, font=font))
+            # A name longer than the line wraps under itself instead of being cut.
+            control = self.detail.text(f"Texto{level}", left=INDENT * level, font=font)
+            control.can_grow = True
+            self.Texto.append(control)
         self.detail.line("Sublinha", top=0.0, thickness=0.3, color="#888888", visible=False)
 
         footer = self.page_footer

@@ -120,7 +120,9 @@ class ReportViewer(QWidget):
         self.forward_pages: list[int] = []
         self.hits: list[Hit] = []
         self.hit_index = -1
-        self.fit: str | None = None  # "width" or "page" while a fit choice holds
+        # "width", "page" or "multi" while a fitted zoom follows the window's size.
+        self.fit: str | None = None
+        self._zoom_before_multiple: tuple[int, str | None] = (100, None)
         self._zoom = 100
         self.ask_printer: Callable[[QWidget, Document], QPrinter | None] = default_ask_printer
         self.ask_pdf_path: Callable[[QWidget, str], str | None] = default_ask_pdf_path
@@ -346,35 +348,45 @@ class ReportViewer(QWidget):
             smaller = [step for step in ZOOM_STEPS if step < self._zoom]
             self.Zoom = smaller[-1] if smaller else ZOOM_STEPS[0]
 
-    def _fit_zoom(self, whole_page: bool) -> int:
+    def _fit_zoom(self, mode: str) -> int:
+        """The zoom at which a page fits: "width", "page" (whole), or "multi" (two across)."""
         if self.document is None:
             return self._zoom
         viewport = self.scroll.viewport().size()
         per_mm = self.canvas.logicalDpiX() / 25.4
-        width = (viewport.width() - 2 * MARGIN) / (self.document.page_width * per_mm)
+        page_width = self.document.page_width * per_mm
+        width = (viewport.width() - 2 * MARGIN) / page_width
         height = (viewport.height() - 2 * MARGIN) / (self.document.page_height * per_mm)
-        factor = min(width, height) if whole_page else width
+        if mode == "multi":
+            factor = min((viewport.width() - 2 * MARGIN - GAP) / 2 / page_width, 1.0)
+        else:
+            factor = min(width, height) if mode == "page" else width
         return max(ZOOM_STEPS[0], int(factor * 100))
 
     def fit_width(self) -> None:
         self.fit = "width"
-        self._set_zoom(self._fit_zoom(False))
+        self._set_zoom(self._fit_zoom("width"))
 
     def fit_page(self) -> None:
         self.fit = "page"
-        self._set_zoom(self._fit_zoom(True))
+        self._set_zoom(self._fit_zoom("page"))
 
     def set_multiple(self, multiple: bool) -> None:
-        """Single view (the current page) or multiple view (a grid of at least two pages)."""
+        """Single view (the current page) or multiple view (pages side by side, two at least).
+
+        The multiple view shrinks the pages until two fit across, following the window; the
+        single view comes back at the zoom it had.
+        """
+        if multiple and not self.canvas.multiple:
+            self._zoom_before_multiple = (self._zoom, self.fit)
+            if self.document is not None and self._fit_zoom("multi") < self._zoom:
+                self.fit = "multi"
+        elif not multiple and self.canvas.multiple:
+            zoom, fit = self._zoom_before_multiple
+            if self.fit == "multi":
+                self._zoom, self.fit = zoom, fit
+                self.canvas.zoom = zoom
         self.canvas.multiple = multiple
-        if multiple and self.document is not None:
-            per_mm = self.canvas.logicalDpiX() / 25.4
-            room = (self.scroll.viewport().width() - 2 * MARGIN - GAP) / 2
-            two_across = int(room / (self.document.page_width * per_mm) * 100)
-            if ZOOM_STEPS[0] <= two_across < self._zoom:
-                self.fit = None
-                self._zoom = two_across
-                self.canvas.zoom = two_across
         for key, checked in (("SingleView", not multiple), ("MultiView", multiple)):
             action = self.tool(key)
             if action is not None:
@@ -598,7 +610,7 @@ class ReportViewer(QWidget):
 
     def _refresh(self) -> None:
         if self.fit is not None and self.document is not None:
-            self._zoom = self._fit_zoom(self.fit == "page")
+            self._zoom = self._fit_zoom(self.fit)
             self.canvas.zoom = self._zoom
         self.canvas.layout_for(self.scroll.viewport().width())
         self.canvas.update()
