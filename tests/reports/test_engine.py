@@ -21,11 +21,11 @@ from varemo_contas.reports.engine import (
     Orientation,
     Report,
     Summary,
-    TextItem,
     format_money,
     long_date,
     text_width,
 )
+from varemo_contas.reports.layout import TextItem
 
 
 @pytest.fixture

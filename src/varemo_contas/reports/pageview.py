@@ -13,7 +13,8 @@ from PySide6.QtCore import QPointF, QRectF, QSize, Qt, Signal
 from PySide6.QtGui import QColor, QMouseEvent, QPainter, QPaintEvent, QPen, QWheelEvent
 from PySide6.QtWidgets import QWidget
 
-from varemo_contas.reports.engine import MM_PER_INCH, Document, TextItem
+from varemo_contas.reports.engine import MM_PER_INCH
+from varemo_contas.reports.layout import Document, TextItem
 from varemo_contas.reports.painter import Highlight, paint_page
 
 MARGIN = 16  # px around the pages

@@ -22,16 +22,8 @@ from PySide6.QtGui import (
 )
 from PySide6.QtPrintSupport import QPrinter
 
-from varemo_contas.reports.engine import (
-    MM_PER_INCH,
-    Align,
-    Document,
-    LineItem,
-    Orientation,
-    Page,
-    TextItem,
-    text_width,
-)
+from varemo_contas.reports.engine import MM_PER_INCH, Align, Orientation, text_width
+from varemo_contas.reports.layout import Document, LineItem, Page, TextItem
 
 PDF_CREATOR = "Varemo - Plano de Contas"
 HIGHLIGHT = QColor("#fff176")

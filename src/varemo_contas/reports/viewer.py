@@ -10,7 +10,6 @@ replaceable attributes, and messages through `desktop.msgbox`.
 
 from __future__ import annotations
 
-import os
 from collections.abc import Callable
 
 from PySide6.QtCore import QEvent, QMimeData, QObject, Qt
@@ -23,7 +22,6 @@ from PySide6.QtWidgets import (
     QLabel,
     QLayout,
     QLineEdit,
-    QPushButton,
     QScrollArea,
     QSizePolicy,
     QSplitter,
@@ -36,11 +34,17 @@ from PySide6.QtWidgets import (
     QWidgetAction,
 )
 
-from varemo_contas.app import desktop
 from varemo_contas.reports import painter
-from varemo_contas.reports.engine import Document, Report
-from varemo_contas.reports.pageview import GAP, MARGIN, Hit, PageCanvas, find_all
+from varemo_contas.reports.engine import Report
+from varemo_contas.reports.layout import Document
+from varemo_contas.reports.pageview import GAP, MARGIN, Hit, PageCanvas
+from varemo_contas.reports.viewerfind import FindMixin
 from varemo_contas.reports.viewericons import icon
+from varemo_contas.reports.viewerprint import (
+    PrintMixin,
+    default_ask_pdf_path,
+    default_ask_printer,
+)
 
 # The tools as the engine delivers them: (key, English caption, tooltip, icon).
 TOOLS = (
@@ -77,37 +81,9 @@ ZOOM_STEPS = (10, 25, 50, 75, 100, 125, 150, 200, 300, 400)
 CHOICE_TOC = "Índice"
 CHOICE_WIDTH = "Larg.Pág."
 CHOICE_PAGE = "Pág.Toda"
-EXPORT_TITLE = "Exportar PDF"
-PRINT_TITLE = "Imprimir relatório"
 
 
-def default_ask_printer(parent: QWidget, document: Document) -> QPrinter | None:
-    """The print dialog on a high-resolution printer; None when the person cancels."""
-    from PySide6.QtPrintSupport import QAbstractPrintDialog, QPrintDialog
-
-    printer = QPrinter(QPrinter.PrinterMode.HighResolution)
-    printer.setDocName(document.caption)
-    printer.setFullPage(True)
-    printer.setPageLayout(painter.page_layout(document))
-    dialog = QPrintDialog(printer, parent)
-    dialog.setWindowTitle(PRINT_TITLE)
-    dialog.setMinMax(1, max(1, len(document.pages)))
-    dialog.setOption(QAbstractPrintDialog.PrintDialogOption.PrintPageRange, True)
-    dialog.setOption(QAbstractPrintDialog.PrintDialogOption.PrintCurrentPage, True)
-    return printer if dialog.exec() == QPrintDialog.DialogCode.Accepted else None
-
-
-def default_ask_pdf_path(parent: QWidget, suggested: str) -> str | None:
-    """The save dialog for the PDF file; None when the person cancels."""
-    from PySide6.QtWidgets import QFileDialog
-
-    path, _filter = QFileDialog.getSaveFileName(
-        parent, "Exportar relatório em PDF", suggested, "Arquivos PDF (*.pdf)"
-    )
-    return path or None
-
-
-class ReportViewer(QWidget):
+class ReportViewer(FindMixin, PrintMixin, QWidget):
     """The viewer `Visual` of Part 4.6 (the platform's report viewer control)."""
 
     def __init__(self, parent: QWidget | None = None, tools: tuple[str, ...] | None = None):
@@ -251,35 +227,6 @@ class ReportViewer(QWidget):
         layout.addWidget(self.splitter, 1)
         layout.addWidget(self.Situacao)
         self.setMinimumSize(1, 1)
-
-    def _build_find_bar(self) -> None:
-        self.BarraLocalizar = QWidget()
-        self.BarraLocalizar.setObjectName("BarraLocalizar")
-        self.TextoLocalizar = QLineEdit()
-        self.TextoLocalizar.setObjectName("TextoLocalizar")
-        self.TextoLocalizar.setPlaceholderText("Texto a localizar no relatório")
-        self.TextoLocalizar.setClearButtonEnabled(True)
-        self.TextoLocalizar.returnPressed.connect(lambda: self.find_next())
-        self.TextoLocalizar.textChanged.connect(self._find_text_changed)
-        self.BotaoAnterior = QPushButton("Anterior")
-        self.BotaoAnterior.clicked.connect(lambda: self.find_previous())
-        self.BotaoProxima = QPushButton("Próxima")
-        self.BotaoProxima.clicked.connect(lambda: self.find_next())
-        self.ResultadoLocalizar = QLabel("")
-        self.ResultadoLocalizar.setObjectName("ResultadoLocalizar")
-        close = QToolButton()
-        close.setText("Fechar")
-        close.setToolTip("Fechar a localização")
-        close.clicked.connect(lambda: self.hide_find())
-        row = QHBoxLayout(self.BarraLocalizar)
-        row.setContentsMargins(6, 3, 6, 3)
-        row.addWidget(QLabel("Localizar:"))
-        row.addWidget(self.TextoLocalizar, 1)
-        row.addWidget(self.BotaoAnterior)
-        row.addWidget(self.BotaoProxima)
-        row.addWidget(self.ResultadoLocalizar, 1)
-        row.addWidget(close)
-        self.BarraLocalizar.setVisible(False)
 
     # -- the viewer's interface (Part 4.6) --
     def tools(self) -> list[QAction]:
@@ -494,115 +441,6 @@ class ReportViewer(QWidget):
         data.setImageData(painter.page_image(self.document, self.current_page, 120))
         QApplication.clipboard().setMimeData(data)
         self._say(f"Página {self.current_page + 1} copiada para a área de transferência.")
-
-    def show_find(self) -> None:
-        self.BarraLocalizar.setVisible(True)
-        self.TextoLocalizar.setFocus()
-        self.TextoLocalizar.selectAll()
-
-    def hide_find(self) -> None:
-        self.BarraLocalizar.setVisible(False)
-        self.find("")
-
-    def _find_text_changed(self, _text: str) -> None:
-        self.hits = []
-        self.hit_index = -1
-        self.canvas.hits = []
-        self.canvas.current_hit = None
-        self.ResultadoLocalizar.setText("")
-        self.canvas.update()
-
-    def find(self, text: str) -> int:
-        """Search the whole report; every hit is highlighted. Returns the number of hits."""
-        self.hits = find_all(self.document, text) if self.document else []
-        self.hit_index = -1
-        self.canvas.hits = self.hits
-        self.canvas.current_hit = None
-        self.canvas.update()
-        return len(self.hits)
-
-    def find_next(self, backwards: bool = False) -> Hit | None:
-        """Go to the next hit from the current page on (wrapping round); None if none."""
-        text = self.TextoLocalizar.text()
-        if not self.hits:
-            self.find(text)
-        if not self.hits:
-            wanted = text.strip()
-            self.ResultadoLocalizar.setText(f"Nenhuma ocorrência de “{wanted}”" if wanted else "")
-            return None
-        if self.hit_index >= 0:
-            self.hit_index = (self.hit_index + (-1 if backwards else 1)) % len(self.hits)
-        elif backwards:
-            before = [i for i, hit in enumerate(self.hits) if hit.page <= self.current_page]
-            self.hit_index = before[-1] if before else len(self.hits) - 1
-        else:
-            after = [i for i, hit in enumerate(self.hits) if hit.page >= self.current_page]
-            self.hit_index = after[0] if after else 0
-        hit = self.hits[self.hit_index]
-        self.canvas.current_hit = hit
-        item = self.document.pages[hit.page].items[hit.item] if self.document else None
-        if not self.go_to_page(hit.page, y=getattr(item, "y", None)):
-            self.canvas.update()
-            self._scroll_to_page(getattr(item, "y", None))
-        self.ResultadoLocalizar.setText(f"{self.hit_index + 1} de {len(self.hits)} ocorrências")
-        return hit
-
-    def find_previous(self) -> Hit | None:
-        return self.find_next(backwards=True)
-
-    # -- print and export --
-    def print_report(self) -> bool:
-        """The print dialog, then the pages chosen painted on the printer."""
-        if self.document is None:
-            return False
-        printer = self.ask_printer(self, self.document)
-        if printer is None:
-            return False
-        first, last = 1, self.page_count
-        if printer.printRange() == QPrinter.PrintRange.PageRange:
-            first, last = printer.fromPage() or 1, printer.toPage() or self.page_count
-        elif printer.printRange() == QPrinter.PrintRange.CurrentPage:
-            first = last = self.current_page + 1
-        try:
-            painter.render(self.document, printer, first, last)
-        except OSError as exc:
-            desktop.msgbox(
-                "Não foi possível imprimir o relatório." + "\r" + str(exc),
-                desktop.vbExclamation,
-                PRINT_TITLE,
-            )
-            return False
-        self._say("Relatório enviado para a impressora.")
-        return True
-
-    def suggested_pdf_path(self) -> str:
-        name = (self.document.caption if self.document else "") or "Relatório"
-        folder = os.path.join(os.path.expanduser("~"), "Documentos")
-        if not os.path.isdir(folder):
-            folder = os.path.expanduser("~")
-        return os.path.join(folder, name + ".pdf")
-
-    def export_pdf(self) -> str | None:
-        """Ask for a file and write the report there as PDF; the path written, or None."""
-        if self.document is None:
-            return None
-        path = self.ask_pdf_path(self, self.suggested_pdf_path())
-        if not path:
-            return None
-        if not path.lower().endswith(".pdf"):
-            path += ".pdf"
-        try:
-            painter.write_pdf(self.document, path)
-        except OSError as exc:
-            reason = exc.strerror or str(exc)
-            desktop.msgbox(
-                "Não foi possível gravar o arquivo PDF:" + "\r" + path + "\r" + reason,
-                desktop.vbExclamation,
-                EXPORT_TITLE,
-            )
-            return None
-        self._say("Relatório gravado em " + path)
-        return path
 
     # -- state of the controls --
     def _say(self, text: str) -> None:

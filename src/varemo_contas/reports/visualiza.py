@@ -15,14 +15,15 @@ from PySide6.QtCore import QRect, Qt
 from PySide6.QtGui import QCloseEvent, QGuiApplication, QResizeEvent
 from PySide6.QtWidgets import QDialog, QWidget
 
-from varemo_contas.reports import viewer as viewer_module
+from varemo_contas.reports import viewerprint
 from varemo_contas.reports.viewer import ReportViewer
 
 if TYPE_CHECKING:
     from PySide6.QtPrintSupport import QPrinter
 
     from varemo_contas.app.state import State
-    from varemo_contas.reports.engine import Document, Report
+    from varemo_contas.reports.engine import Report
+    from varemo_contas.reports.layout import Document
 
 # Part 4.6 "Window load": tool caption as delivered -> (new caption, new tooltip).
 TOOL_TRANSLATIONS: dict[str, tuple[str, str]] = {
@@ -47,12 +48,12 @@ ZOOM = 100
 
 def ask_printer(parent: QWidget, document: Document) -> QPrinter | None:
     """The print dialog; the printer chosen, or None when cancelled (tests replace it)."""
-    return viewer_module.default_ask_printer(parent, document)
+    return viewerprint.default_ask_printer(parent, document)
 
 
 def ask_pdf_path(parent: QWidget, suggested: str) -> str | None:
     """The save dialog for a PDF; the path, or None when cancelled (tests replace it)."""
-    return viewer_module.default_ask_pdf_path(parent, suggested)
+    return viewerprint.default_ask_pdf_path(parent, suggested)
 
 
 def translate_tools(visual: ReportViewer) -> None:
