@@ -57,6 +57,15 @@ LINE_STYLES = (
     (Font(9.5), 5.2, 0.8),
     (Font(9.0), 4.7, 0.5),
 )
+# The lines of the listing level itself are the list's entries, not headings.
+ENTRY_STYLE = (Font(9.5), 5.0, 0.6)
+
+
+def line_style(level: int, listing_level: int) -> tuple[Font, float, float]:
+    """Font, band height and text top of a line of `level` in a listing to `listing_level`."""
+    if level >= listing_level and level > 0:
+        return LINE_STYLES[4] if level == 4 else ENTRY_STYLE
+    return LINE_STYLES[min(level, 4)]
 
 
 class ChartFeed:
@@ -141,7 +150,7 @@ class RelContas(Report):
 
         self.Texto: list[TextControl] = []
         for level in range(5):
-            font = LINE_STYLES[level][0]
+            font = line_style(level, self.level)[0]
             # A name longer than the line wraps under itself instead of being cut.
             control = self.detail.text(f"Texto{level}", left=INDENT * level, font=font)
             control.can_grow = True
@@ -216,7 +225,7 @@ class RelContas(Report):
         shown = name.upper() if level == 0 else name
         for index, control in enumerate(self.Texto):
             control.text = shown if index == level else ""
-        _font, height, top = LINE_STYLES[min(level, 4)]
+        _font, height, top = line_style(level, self.level)
         self.detail.height = height
         self.Texto[level].top = top
         rule = self.detail["Sublinha"]

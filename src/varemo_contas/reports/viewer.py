@@ -13,7 +13,7 @@ from __future__ import annotations
 from collections.abc import Callable
 
 from PySide6.QtCore import QEvent, QMimeData, QObject, Qt
-from PySide6.QtGui import QAction, QActionGroup, QIntValidator, QKeySequence
+from PySide6.QtGui import QAction, QActionGroup, QIntValidator, QKeySequence, QResizeEvent
 from PySide6.QtPrintSupport import QPrinter
 from PySide6.QtWidgets import (
     QApplication,
@@ -64,6 +64,7 @@ TOOLS = (
     ("Back", "&Back", "Back", "back"),
     ("Forward", "F&orward", "Forward", "forward"),
 )
+CAPTIONED = ("TOC", "Print", "ExportPdf", "Find")
 SEPARATE_AFTER = ("ExportPdf", "Find", "MultiView", "Display", "NextPage")
 SHORTCUTS = {
     "Print": QKeySequence.StandardKey.Print,
@@ -184,10 +185,8 @@ class ReportViewer(FindMixin, PrintMixin, QWidget):
         for key, widget in widgets.items():
             if key not in self.actions_by_key:
                 widget.setVisible(False)  # its tool is not in this toolbar
-        for key in ("Print", "ExportPdf", "TOC", "Find"):
-            button = self.toolbar.widgetForAction(self.actions_by_key.get(key, QAction()))
-            if isinstance(button, QToolButton):
-                button.setToolButtonStyle(Qt.ToolButtonStyle.ToolButtonTextBesideIcon)
+        self._captioned = True
+        self._show_captions(True)
 
         self._build_find_bar()
         self.Indice = QTreeWidget()
@@ -479,6 +478,28 @@ class ReportViewer(FindMixin, PrintMixin, QWidget):
             action = self.tool(key)
             if action is not None:
                 action.setEnabled(enabled)
+
+    def _show_captions(self, shown: bool) -> None:
+        """The main tools show their captions beside the icons while the toolbar has room."""
+        style = (
+            Qt.ToolButtonStyle.ToolButtonTextBesideIcon
+            if shown
+            else Qt.ToolButtonStyle.ToolButtonIconOnly
+        )
+        for key in CAPTIONED:
+            action = self.actions_by_key.get(key)
+            button = self.toolbar.widgetForAction(action) if action is not None else None
+            if isinstance(button, QToolButton):
+                button.setToolButtonStyle(style)
+        self._captioned = shown
+
+    def resizeEvent(self, event: QResizeEvent) -> None:
+        super().resizeEvent(event)
+        # Page navigation must stay in sight: captions give way first on a narrow window.
+        if not self._captioned:
+            self._show_captions(True)
+        if self.toolbar.sizeHint().width() > self.width():
+            self._show_captions(False)
 
     def eventFilter(self, watched: QObject, event: QEvent) -> bool:
         if watched is self.scroll.viewport() and event.type() == QEvent.Type.Resize:
