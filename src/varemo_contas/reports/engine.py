@@ -125,10 +125,6 @@ def line_height(font: Font) -> float:
     return _metrics(font).height() * MM_PER_INCH / MEASURE_DPI
 
 
-def ascent(font: Font) -> float:
-    return _metrics(font).ascent() * MM_PER_INCH / MEASURE_DPI
-
-
 def elide(text: str, font: Font, width: float) -> str:
     """The text cut with "…" to fit `width` mm (only when it does not fit)."""
     if text_width(text, font) <= width:
@@ -188,14 +184,6 @@ class TextControl:
     can_grow: bool = False
     color: str = "#000000"
     value: object = None  # the value shown, set by the engine before the format hook
-
-    @property
-    def Visible(self) -> bool:  # ActiveReports spelling used by the format hooks
-        return self.visible
-
-    @Visible.setter
-    def Visible(self, value: bool) -> None:
-        self.visible = value
 
 
 @dataclass

@@ -119,7 +119,6 @@ class Band:
     """One printed instance of a section, laid out relative to its own top."""
 
     section: str
-    kind: SectionKind
     height: float
     items: list[Item]
     keep_with_next: bool = False
@@ -191,7 +190,6 @@ class _Runner:
             return None
         return Band(
             section.name,
-            section.kind,
             *self._items(section),
             keep_with_next=section.keep_with_next,
             new_page_before=section.new_page_before,
@@ -227,8 +225,9 @@ class _Runner:
             if not text:
                 continue
             step = line_height(control.font)
-            lines = wrap(text, control.font, width) if control.can_grow else [text]
-            if not control.can_grow:
+            if control.can_grow:
+                lines = wrap(text, control.font, width)
+            else:
                 lines = [elide(text, control.font, width)]
             for index, line in enumerate(lines):
                 top = control.top + index * step

@@ -191,14 +191,6 @@ class RelContas(Report):
         except JetError as exc:
             errorlog.log_exception(self.state, ROTINA_PLANO, exc)
 
-    @property
-    def previous_names(self) -> list[str]:
-        return list(self.feed.previous) if self.feed else ["", "", "", "", ""]
-
-    @property
-    def fetch_state(self) -> int:
-        return self.feed.fetch_state if self.feed else 0
-
     def DataInitialize(self) -> None:
         self.fields = {"Nivel": None, "Nome": None}
 
