@@ -169,6 +169,34 @@ def build_tree(
     return nodes, orphans
 
 
+def stored_marks(database: Database, report_code: int) -> dict[tuple[int, str], object]:
+    """A report's `RelatorioItens` rows by (CodigoConta, Nivel); the first row wins, as the
+    spec's find-first ("CodigoConta = " + code + " AND Nivel = '" + level + "'") takes it."""
+    recordset = database.open_recordset(
+        "SELECT * FROM RelatorioItens WHERE " + "CodigoRelatorio = " + str(report_code)
+    )
+    try:
+        stored: dict[tuple[int, str], object] = {}
+        code_at = recordset.field_index("CodigoConta")
+        level_at = recordset.field_index("Nivel")
+        image_at = recordset.field_index("Imagem")
+        for row in recordset.rows():
+            if row[code_at] is not None and row[level_at] is not None:
+                stored.setdefault((int(row[code_at]), str(row[level_at])), row[image_at])
+        return stored
+    finally:
+        recordset.close()
+
+
+def show_marks(root: QTreeWidgetItem, stored: dict[tuple[int, str], object]) -> None:
+    """Part 2.1: 2 sets "Alguns", 3 sets "Todos"; any other value leaves the node as it is."""
+    for node in walk(root):
+        value = stored.get((node.code, node.level_text))
+        image = STORED_IMAGES.get(int(value)) if value is not None else None
+        if image is not None:
+            node.set_image(image)
+
+
 def walk(node: QTreeWidgetItem) -> list[QTreeWidgetItem]:
     """The node and all its descendants, depth first, children in order."""
     out = [node]
@@ -231,27 +259,11 @@ class TreeMixin:
         The rows are read once; the first row for a code and level wins, as the spec's
         find-first ("CodigoConta = " + code + " AND Nivel = '" + level + "'") takes it.
         """
-        recordset = self.state.database.open_recordset(
-            "SELECT * FROM RelatorioItens WHERE " + "CodigoRelatorio = " + str(report_code)
-        )
-        try:
-            stored: dict[tuple[int, str], object] = {}
-            code_at = recordset.field_index("CodigoConta")
-            level_at = recordset.field_index("Nivel")
-            image_at = recordset.field_index("Imagem")
-            for row in recordset.rows():
-                if row[code_at] is not None and row[level_at] is not None:
-                    stored.setdefault((int(row[code_at]), str(row[level_at])), row[image_at])
-        finally:
-            recordset.close()
+        stored = stored_marks(self.state.database, report_code)
         root = self.Arvore.topLevelItem(0)
         if root is None:
             return
-        for node in walk(root):
-            value = stored.get((node.code, node.level_text))
-            image = STORED_IMAGES.get(int(value)) if value is not None else None
-            if image is not None:
-                node.set_image(image)
+        show_marks(root, stored)
         lazy = self.lazy_items
         if lazy is not None:
             for (code, level_text), value in stored.items():

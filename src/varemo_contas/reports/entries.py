@@ -8,10 +8,17 @@ is chosen (Part 2.1 leaves the extra nodes open).
 
 from __future__ import annotations
 
-from PySide6.QtWidgets import QTreeWidgetItem
+from PySide6.QtWidgets import QTreeWidget, QTreeWidgetItem
 
 from varemo_contas.app.images import NENHUM, TODOS
-from varemo_contas.editor.tree import IMAGE_ROLE, KEY_ROLE
+from varemo_contas.data.dao import Database
+from varemo_contas.editor.tree import (
+    IMAGE_ROLE,
+    KEY_ROLE,
+    build_tree,
+    show_marks,
+    stored_marks,
+)
 
 
 def entry(name: str, level: int, chosen: bool) -> str:
@@ -42,3 +49,13 @@ def path_entries(root: QTreeWidgetItem) -> list[str]:
     for index in range(root.childCount()):
         visit(root.child(index))
     return entries
+
+
+def report_entries(database: Database, report_code: int) -> list[str]:
+    """The entries of a saved definition without a window: the tree built and marked as the
+    main window shows it (Part 2.1), then walked (the headless export uses this)."""
+    tree = QTreeWidget()
+    build_tree(tree, database)
+    root = tree.topLevelItem(0)
+    show_marks(root, stored_marks(database, report_code))
+    return path_entries(root)
