@@ -15,7 +15,7 @@ from pathlib import Path
 import pytest
 
 from varemo_contas.app import desktop
-from varemo_contas.reports.export import NOT_AVAILABLE, export_main
+from varemo_contas.reports.export import export_main
 
 needs_pdftotext = pytest.mark.skipif(
     shutil.which("pdftotext") is None, reason="poppler-utils (pdftotext) missing"
@@ -157,22 +157,54 @@ def test_the_desktop_seam_and_folder_are_restored(installation, tmp_path: Path) 
     assert os.getcwd() == before_folder
 
 
-def test_personalizado_is_recognised_but_not_available_yet(installation, tmp_path: Path, capsys):
-    args = [
-        "personalizado",
-        "Resultado Mensal",
-        "--de",
-        "01-03-2026",
-        "--ate",
-        "31-03-2026",
-        "--pdf",
-        str(tmp_path / "r.pdf"),
-        "--programa",
-        str(installation.program),
-    ]
-    assert export_main(args) == 2
-    assert capsys.readouterr().err == NOT_AVAILABLE + "\n"
-    assert NOT_AVAILABLE == "Relatório personalizado ainda não disponível nesta versão"
+def personalizado(installation, *args: str) -> list[str]:
+    return ["personalizado", *args, "--programa", str(installation.program)]
+
+
+@needs_pdftotext
+def test_personalizado_writes_the_saved_definitions_report(installation, tmp_path: Path, capsys):
+    """Part 4.4 for the saved definition and the period, read back from the PDF."""
+    out = tmp_path / "resultado.pdf"
+    args = personalizado(installation, "Resultado Mensal", "--de", "01-03-2026")
+    code = export_main([*args, "--ate", "31-03-2026", "--pdf", str(out)])
+    assert code == 0, capsys.readouterr().err
+    text = pdf_text(out)
+    assert "Relatório : Resultado Mensal" in text
+    assert "Período: De 01-03-2026 a 31-03-2026" in text
+    assert "Soma da Conta Aluguel e condomínio" in text
+    assert "Soma da Conta Energia" not in text
+    assert "-2.920,50" in text
+
+
+def test_personalizado_unknown_definition_fails_with_a_message(installation, tmp_path, capsys):
+    args = personalizado(installation, "Balanço", "--de", "01-03-2026", "--ate", "31-03-2026")
+    assert export_main([*args, "--pdf", str(tmp_path / "x.pdf")]) == 1
+    assert 'Relatório personalizado não encontrado: "Balanço"' in capsys.readouterr().err
+    assert not (tmp_path / "x.pdf").exists()
+
+
+@pytest.mark.parametrize("bad", ["31-02-2026", "2026-03-01", "", "amanhã"])
+def test_personalizado_bad_date_is_refused(installation, tmp_path, capsys, bad: str):
+    args = personalizado(installation, "Resultado Mensal", "--de", bad, "--ate", "31-03-2026")
+    assert export_main([*args, "--pdf", str(tmp_path / "x.pdf")]) == 2
+    assert "Data inválida em --de" in capsys.readouterr().err
+
+
+def test_personalizado_end_before_start_is_refused(installation, tmp_path, capsys):
+    args = personalizado(
+        installation, "Resultado Mensal", "--de", "31-03-2026", "--ate", "01-03-2026"
+    )
+    assert export_main([*args, "--pdf", str(tmp_path / "x.pdf")]) == 2
+    assert "A data final deve ser igual ou posterior à data inicial" in capsys.readouterr().err
+
+
+def test_personalizado_unwritable_file_fails(installation, tmp_path, capsys):
+    args = personalizado(
+        installation, "Resultado Mensal", "--de", "01-03-2026", "--ate", "31-03-2026"
+    )
+    target = tmp_path / "nao-existe" / "x.pdf"
+    assert export_main([*args, "--pdf", str(target)]) == 1
+    assert "Não foi possível gravar o arquivo PDF" in capsys.readouterr().err
 
 
 def test_the_command_line_routes_relatorio_here(installation, tmp_path: Path) -> None:

@@ -1,9 +1,11 @@
-"""Headless export (DESIGN.md seams): `varemo-contas relatorio plano --nivel N --pdf OUT`.
+"""Headless export (DESIGN.md seams): `varemo-contas relatorio plano --nivel N --pdf OUT`
+and `varemo-contas relatorio personalizado NOME --de dd-mm-yyyy --ate dd-mm-yyyy --pdf OUT`.
 
 Start-up without windows (Part 1.2's checks with their messages written to stderr), the
-chart listing (Part 4.5) run through the same engine and renderer as the preview, written
-as PDF. Exit status: 0 written; 1 the installation, the database or the file failed;
-2 the command line is wrong (or names the personalised report, not available yet).
+chart listing (Part 4.5) or the personalised report of a saved definition (Part 4.4) run
+through the same engine and renderer as the preview, written as PDF. Exit status: 0
+written; 1 the installation, the database, the definition or the file failed; 2 the
+command line is wrong (a bad level or date included).
 """
 
 from __future__ import annotations
@@ -11,9 +13,14 @@ from __future__ import annotations
 import contextlib
 import os
 import sys
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
+from typing import TYPE_CHECKING
 
 from varemo_contas.app import desktop
+
+if TYPE_CHECKING:
+    from varemo_contas.app.state import State
+    from varemo_contas.reports.engine import Report
 
 USAGE = (
     "Uso:\n"
@@ -22,7 +29,6 @@ USAGE = (
     " --pdf ARQUIVO [--programa PASTA]\n"
     "N é o último nível listado: 1 Setor, 2 Grupo, 3 Conta, 4 Item."
 )
-NOT_AVAILABLE = "Relatório personalizado ainda não disponível nesta versão"
 OK = 0
 FAILED = 1
 USAGE_ERROR = 2
@@ -108,11 +114,12 @@ def _ensure_gui() -> None:
         QGuiApplication(["varemo-contas"])
 
 
-def export_chart(program_folder: str, level: int, pdf_path: str) -> int:
-    """Start-up without windows, then the chart listing of `level` written to `pdf_path`."""
+def _export(
+    program_folder: str, make_report: Callable[[State], Report | None], pdf_path: str
+) -> int:
+    """Start-up without windows, then the report `make_report` builds, written to `pdf_path`."""
     from varemo_contas.app import startup
     from varemo_contas.reports import painter
-    from varemo_contas.reports.relcontas import RelContas
 
     _ensure_gui()
     folder = os.getcwd()
@@ -125,7 +132,9 @@ def export_chart(program_folder: str, level: int, pdf_path: str) -> int:
             if not startup.splash_load(state):
                 _say(f"Instalação incompleta na pasta do programa {program_folder}")
                 return FAILED
-            report = RelContas(state, level)
+            report = make_report(state)
+            if report is None:
+                return FAILED
             document = report.run()
         try:
             painter.write_pdf(document, pdf_path)
@@ -139,6 +148,57 @@ def export_chart(program_folder: str, level: int, pdf_path: str) -> int:
         with contextlib.suppress(OSError):
             os.chdir(folder)  # opening the database changes to the data folder (Part 1.2)
     return OK
+
+
+def export_chart(program_folder: str, level: int, pdf_path: str) -> int:
+    """The chart listing of `level` (Part 4.5) written to `pdf_path`."""
+    from varemo_contas.reports.relcontas import RelContas
+
+    return _export(program_folder, lambda state: RelContas(state, level), pdf_path)
+
+
+def parse_date(text: str | None, option: str) -> str:
+    """A "dd-mm-yyyy" date of "--de"/"--ate", checked as the period window checks it."""
+    from varemo_contas.reports.periodo import format_period, parse_period
+
+    day = parse_period(text or "")
+    if day is None:
+        raise UsageError(f"Data inválida em --{option}: {text or ''}. Use dd-mm-aaaa.")
+    return format_period(day)
+
+
+def export_personal(program_folder: str, name: str, start: str, end: str, pdf_path: str) -> int:
+    """The personalised report of the saved definition `name` for the period (Part 4.4)."""
+    from varemo_contas.data.dao import RecordsetType
+    from varemo_contas.data.errors import JetError
+    from varemo_contas.reports.entries import report_entries
+    from varemo_contas.reports.relpersonal import RelPersonal
+
+    def make(state: State) -> Report | None:
+        try:
+            reports = state.database.open_recordset("Relatorios", RecordsetType.TABLE)
+            try:
+                found = reports.find_first("NomeRelatorio = '" + name + "'")
+                code = int(reports["CodigoRelatorio"]) if found else 0
+                stored_name = str(reports["NomeRelatorio"]) if found else name
+            finally:
+                reports.close()
+            if not found:
+                _say(f'Relatório personalizado não encontrado: "{name}"')
+                return None
+            state.period_start, state.period_end, state.confirmed = start, end, True
+            return RelPersonal(state, report_entries(state.database, code), stored_name)
+        except JetError as exc:
+            _say(f"Erro {exc.number} ao ler o relatório: {exc.description}")
+            return None
+
+    return _export(program_folder, make, pdf_path)
+
+
+def _as_date(text: str) -> object:
+    from varemo_contas.reports.periodo import parse_period
+
+    return parse_period(text)
 
 
 def _program_folder(options: dict[str, str]) -> str:
@@ -165,9 +225,17 @@ def export_main(argv: list[str]) -> int:
             pdf_path = os.path.abspath(options["pdf"])
             return export_chart(_program_folder(options), level, pdf_path)
         if kind == "personalizado":
-            _options(rest, ("de", "ate", "pdf", "programa"))
-            _say(NOT_AVAILABLE)
-            return USAGE_ERROR
+            words, options = _options(rest, ("de", "ate", "pdf", "programa"))
+            if len(words) != 1:
+                raise UsageError("Falta o nome do relatório (entre aspas se tiver espaços).")
+            start = parse_date(options.get("de"), "de")
+            end = parse_date(options.get("ate"), "ate")
+            if _as_date(end) < _as_date(start):
+                raise UsageError("A data final deve ser igual ou posterior à data inicial")
+            if not options.get("pdf"):
+                raise UsageError("Falta o arquivo de saída: use --pdf ARQUIVO.")
+            pdf_path = os.path.abspath(options["pdf"])
+            return export_personal(_program_folder(options), words[0], start, end, pdf_path)
         raise UsageError(f'Relatório desconhecido: {kind}. Use "plano" ou "personalizado".')
     except UsageError as exc:
         _say(str(exc))
