@@ -106,12 +106,12 @@ def messages_to_stderr() -> Iterator[None]:
 
 
 def _ensure_gui() -> None:
-    """Fonts need a GUI application; without a display it runs offscreen."""
-    from PySide6.QtGui import QGuiApplication
+    """Fonts and the marks' tree need an application; without a display it runs offscreen."""
+    from PySide6.QtWidgets import QApplication
 
-    if QGuiApplication.instance() is None:
+    if QApplication.instance() is None:
         os.environ.setdefault("QT_QPA_PLATFORM", "offscreen")
-        QGuiApplication(["varemo-contas"])
+        QApplication(["varemo-contas"])
 
 
 def _export(
