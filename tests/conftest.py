@@ -52,6 +52,7 @@ class FakeDesktop:
     modal_hook: object = None
     running_copy: bool = False
     help_opens: bool = True
+    bars: list = field(default_factory=list)
 
     def _record(self, name: str, *args, **kwargs) -> None:
         self.calls.append(Call(name, args, kwargs))
@@ -88,6 +89,12 @@ class FakeDesktop:
     def process_events(self) -> None:
         self._record("process_events")
 
+    def progress(self, text: str, total: int) -> FakeProgress:
+        self._record("progress", text, total)
+        bar = FakeProgress(self, total)
+        self.bars.append(bar)
+        return bar
+
     def named(self, name: str) -> list[Call]:
         return [call for call in self.calls if call.name == name]
 
@@ -100,6 +107,20 @@ class FakeDesktop:
         return [call.args[0] for call in self.named("play_sound")]
 
 
+@dataclass
+class FakeProgress:
+    owner: FakeDesktop
+    total: int
+    steps: list[int] = field(default_factory=list)
+    closed: bool = False
+
+    def update(self, done: int) -> None:
+        self.steps.append(done)
+
+    def close(self) -> None:
+        self.closed = True
+
+
 FAKED = (
     "msgbox",
     "show_modal",
@@ -109,6 +130,7 @@ FAKED = (
     "start_module",
     "activate_running_copy",
     "process_events",
+    "progress",
 )
 
 

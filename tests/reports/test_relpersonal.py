@@ -140,3 +140,18 @@ def test_ver_cancelled_period_shows_no_report(contas, fake_desktop):
     contas.Relatos.item(0).setSelected(True)
     contas.BotaoVer_Click()
     assert [type(call.args[0]) for call in fake_desktop.named("show_modal")] == [DataPeriodo]
+
+
+def test_the_preview_is_prepared_under_a_progress_bar(contas, fake_desktop):
+    """Issue 5: a report that takes more than a second shows a progress bar (the real
+    bar appears only after a second); it is closed before the preview shows."""
+    fake_desktop.modal_hook = lambda window: (
+        window.Botao_Click(1) if isinstance(window, DataPeriodo) else None
+    )
+    contas.tool_click("ID_Relatorios")
+    contas.Relatos.item(0).setSelected(True)
+    contas.BotaoVer_Click()
+    [call] = fake_desktop.named("progress")
+    assert call.args == ("Preparando o relatório...", 100)
+    [bar] = fake_desktop.bars
+    assert bar.closed

@@ -422,3 +422,30 @@ def bring_to_front(window: QWidget) -> None:
         window.show()
     window.raise_()
     window.activateWindow()
+
+
+class Progress:
+    """A progress bar for long work; it appears only when the work passes one second."""
+
+    def __init__(self, text: str, total: int) -> None:
+        from PySide6.QtWidgets import QProgressDialog
+
+        self._dialog = QProgressDialog(text, "", 0, max(total, 1), QApplication.activeWindow())
+        self._dialog.setWindowTitle(_platform.title)
+        self._dialog.setCancelButton(None)
+        self._dialog.setMinimumDuration(1000)
+        self._dialog.setWindowModality(Qt.WindowModality.ApplicationModal)
+        self._dialog.setAutoClose(False)
+
+    def update(self, done: int) -> None:
+        self._dialog.setValue(min(done, self._dialog.maximum()))
+        QCoreApplication.processEvents()
+
+    def close(self) -> None:
+        self._dialog.close()
+        self._dialog.deleteLater()
+
+
+def progress(text: str, total: int) -> Progress:
+    """Start a progress bar for `total` steps (shown once the work takes over a second)."""
+    return Progress(text, total)

@@ -19,7 +19,7 @@ for that reason); bound controls and sums of a footer show its own group's value
 from __future__ import annotations
 
 import datetime
-from collections.abc import Iterator
+from collections.abc import Callable, Iterator
 from dataclasses import dataclass, field
 from enum import Enum, IntEnum
 from typing import TYPE_CHECKING
@@ -278,6 +278,12 @@ class Report:
         # The context of a page's first band, for page header hooks (e.g. "continuação").
         self.page_context: object = None
         self.document: Document | None = None
+        # Called as progress(done, total) while rows are fed (the preview's progress bar).
+        self.progress: Callable[[int, int], None] | None = None
+
+    def report_progress(self, done: int, total: int) -> None:
+        if self.progress is not None:
+            self.progress(done, total)
 
     # -- building --
     def add_group(

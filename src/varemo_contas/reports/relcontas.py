@@ -205,6 +205,9 @@ class RelContas(Report):
             return None
         for control in self.Texto:
             control.text = ""
+        recordset = self.recordset
+        if recordset is not None and recordset.absolute_position % 200 == 0:
+            self.report_progress(recordset.absolute_position, recordset.record_count)
         if line is None:
             return None
         level, name = line

@@ -68,6 +68,8 @@ class RelPersonal(Report):
         self.lines = lines
         self.feed = PersonalFeed(self.entries)
         self.lines_in_conta = 0
+        self._total = 0
+        self._fed = 0
         self.caption = f"{CAPTION} - {name}" if name else CAPTION
         self._build()
 
@@ -218,6 +220,8 @@ class RelPersonal(Report):
         except JetError as exc:
             errorlog.log_exception(self.state, ROTINA_PERSONALIZADO, exc)
         self.feed.totals = totals
+        self._total = len(totals)
+        self._fed = 0
 
     def DataInitialize(self) -> None:
         """Feed start: the seven fields, the feed before its first key, totals 0."""
@@ -226,6 +230,9 @@ class RelPersonal(Report):
 
     def FetchData(self) -> dict[str, object] | None:
         row = self.feed.FetchData()
+        self._fed += 1
+        if self._fed % 100 == 0:
+            self.report_progress(self._fed, self._total)
         if row is None:
             return None
         self.current = row

@@ -73,6 +73,13 @@ def run_report(
     from varemo_contas.reports.visualiza import Visualiza
 
     preview = Visualiza(state, parent)
-    preview.RunReport(made)
+    # A report that takes more than a second shows a progress bar while it is laid out.
+    bar = desktop.progress("Preparando o relatório...", 100)
+    made.progress = lambda done, total: bar.update(round(100 * done / max(total, 1)))
+    try:
+        preview.RunReport(made)
+    finally:
+        made.progress = None
+        bar.close()
     desktop.show_modal(preview)
     return preview
