@@ -294,3 +294,12 @@ def contas(installation: Installation, fake_desktop: FakeDesktop, qtbot):
     qtbot.addWidget(window)
     yield window
     window.Form_Unload()
+
+
+def pytest_sessionfinish(session: pytest.Session, exitstatus: int) -> None:
+    """Leave no data on the offscreen clipboard: it crashes the interpreter's exit."""
+    from PySide6.QtWidgets import QApplication
+
+    app = QApplication.instance()
+    if app is not None:
+        app.clipboard().clear()

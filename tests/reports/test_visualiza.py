@@ -396,6 +396,8 @@ def test_copy_puts_the_page_text_on_the_clipboard(qtbot, state: State) -> None:
     assert clipboard.text() == window.Visual.page_text()
     assert "Aluguel da loja" in clipboard.text()
     assert clipboard.hasImage()
+    # An image left on the offscreen clipboard crashes the interpreter's exit: clean up.
+    QApplication.clipboard().clear()
 
 
 # --- export and print ---------------------------------------------------------------------------
