@@ -17,11 +17,14 @@ from varemo_contas.app import desktop
 from varemo_contas.app.state import State
 from varemo_contas.data import queries
 from varemo_contas.data.dao import Database, RecordsetType
-from varemo_contas.reports.engine import Orientation, long_date
-from varemo_contas.reports.relcontas import (
-    INDENT,
+from varemo_contas.reports.engine import (
     ORIENTATION_PROMPT,
     ORIENTATION_TITLE,
+    Orientation,
+    long_date,
+)
+from varemo_contas.reports.relcontas import (
+    INDENT,
     ChartFeed,
     RelContas,
     chart_lines,

@@ -12,9 +12,8 @@ import pytest
 from varemo_contas.app import desktop
 from varemo_contas.app.state import State
 from varemo_contas.reports.dataperiodo import DataPeriodo
-from varemo_contas.reports.engine import Orientation
+from varemo_contas.reports.engine import ORIENTATION_PROMPT, ORIENTATION_TITLE, Orientation
 from varemo_contas.reports.entries import report_entries
-from varemo_contas.reports.relcontas import ORIENTATION_PROMPT, ORIENTATION_TITLE
 from varemo_contas.reports.relpersonal import RelPersonal
 from varemo_contas.reports.visualiza import Visualiza
 

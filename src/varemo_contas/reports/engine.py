@@ -30,6 +30,15 @@ from PySide6.QtGui import QFont, QFontMetricsF, QGuiApplication, QImage
 if TYPE_CHECKING:
     from varemo_contas.reports.layout import Document
 
+# Parts 4.4 and 4.5, report start step 1: the same question for both reports.
+ORIENTATION_PROMPT = (
+    "A orientação do papel está na horizontal."
+    + "\r"
+    + "O correto é a orientação na vertical."
+    + "\r"
+    + "Quer imprimir com orientação vertical?"
+)
+ORIENTATION_TITLE = "Orientação do Papel"
 MM_PER_INCH = 25.4
 A4_MM = QSizeF(210.0, 297.0)
 # Measuring resolution: text widths are taken at printer precision, then kept in mm.
@@ -280,6 +289,17 @@ class Report:
         self.document: Document | None = None
         # Called as progress(done, total) while rows are fed (the preview's progress bar).
         self.progress: Callable[[int, int], None] | None = None
+
+    def ask_portrait(self) -> None:
+        """In landscape, ask whether to print in portrait; Yes switches (Parts 4.4, 4.5)."""
+        from varemo_contas.app import desktop
+
+        if self.orientation == Orientation.LANDSCAPE:
+            answer = desktop.msgbox(
+                ORIENTATION_PROMPT, desktop.vbYesNo + desktop.vbQuestion, ORIENTATION_TITLE
+            )
+            if answer == desktop.vbYes:
+                self.orientation = Orientation.PORTRAIT
 
     def report_progress(self, done: int, total: int) -> None:
         if self.progress is not None:

@@ -10,14 +10,13 @@ from __future__ import annotations
 
 from typing import TYPE_CHECKING
 
-from varemo_contas.app import desktop, errorlog
+from varemo_contas.app import errorlog
 from varemo_contas.data import queries
 from varemo_contas.data.dao import Recordset, RecordsetType
 from varemo_contas.data.errors import JetError
 from varemo_contas.reports.engine import (
     Align,
     Font,
-    Orientation,
     Report,
     TextControl,
     long_date,
@@ -26,15 +25,6 @@ from varemo_contas.reports.engine import (
 if TYPE_CHECKING:
     from varemo_contas.app.state import State
 
-# Part 4.5 report start, step 1 (the same question as Part 4.4).
-ORIENTATION_PROMPT = (
-    "A orientação do papel está na horizontal."
-    + "\r"
-    + "O correto é a orientação na vertical."
-    + "\r"
-    + "Quer imprimir com orientação vertical?"
-)
-ORIENTATION_TITLE = "Orientação do Papel"
 # Part 1.3 leaves the routine names of the reports to the implementer.
 ROTINA_PLANO = "Relatório Plano de Contas"
 CAPTION = "Plano de Contas"
@@ -171,12 +161,7 @@ class RelContas(Report):
     # -- hooks --
     def ReportStart(self) -> None:
         """Part 4.5 report start: the orientation question, the names, the ancestor join."""
-        if self.orientation == Orientation.LANDSCAPE:
-            answer = desktop.msgbox(
-                ORIENTATION_PROMPT, desktop.vbYesNo + desktop.vbQuestion, ORIENTATION_TITLE
-            )
-            if answer == desktop.vbYes:
-                self.orientation = Orientation.PORTRAIT
+        self.ask_portrait()
         self.counts = [0, 0, 0, 0, 0]
         self.path = ["", "", "", "", ""]
         self.feed = None

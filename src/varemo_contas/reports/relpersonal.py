@@ -11,19 +11,17 @@ from __future__ import annotations
 from collections.abc import Sequence
 from typing import TYPE_CHECKING
 
-from varemo_contas.app import desktop, errorlog
+from varemo_contas.app import errorlog
 from varemo_contas.data.errors import JetError
 from varemo_contas.reports.engine import (
     Align,
     Font,
-    Orientation,
     Report,
     Summary,
     format_money,
     long_date,
 )
 from varemo_contas.reports.personal import FIELDS, PersonalFeed, item_paths
-from varemo_contas.reports.relcontas import ORIENTATION_PROMPT, ORIENTATION_TITLE
 from varemo_contas.reports.totals import period_totals
 
 if TYPE_CHECKING:
@@ -200,12 +198,7 @@ class RelPersonal(Report):
     # -- hooks --
     def ReportStart(self) -> None:
         """Part 4.4 report start: the orientation question and the title."""
-        if self.orientation == Orientation.LANDSCAPE:
-            answer = desktop.msgbox(
-                ORIENTATION_PROMPT, desktop.vbYesNo + desktop.vbQuestion, ORIENTATION_TITLE
-            )
-            if answer == desktop.vbYes:
-                self.orientation = Orientation.PORTRAIT
+        self.ask_portrait()
         self.report_header["Titulo"].text = "Relatório : " + self.name
         totals = {}
         try:
