@@ -8,6 +8,7 @@ from varemo_contas.app import desktop, errorlog
 from varemo_contas.data.dao import Recordset
 from varemo_contas.data.errors import JetError
 from varemo_contas.data.queries import code_criteria, name_criteria
+from varemo_contas.editor import names
 
 BLANK_PROMPT = "Não pode ter campo em branco"
 BLANK_TITLE = "Existe campo em branco"
@@ -43,7 +44,28 @@ class SaveMixin:
         if not self.CampoEmBranco():
             desktop.msgbox(BLANK_PROMPT, desktop.vbInformation, BLANK_TITLE)
             return
+        problem = self.NomeInvalido()
+        if problem is not None:
+            # Bad input (issue 6): refused before any SQL; the mode stays open as for a blank.
+            desktop.msgbox(problem[0], desktop.vbInformation, problem[1])
+            return
         self.Salvar(0)
+
+    def NomeInvalido(self) -> tuple[str, str] | None:
+        """The refusal (prompt, title) for the names this save would use, or None."""
+        if self.PaginaAtiva == 1:
+            level = self.NivelAtual
+            typed = [self._typed(k) for k in range(level)] + [self._typed(level, page=1)]
+            if not typed[-1]:
+                # A nameless record would be written on the level page: the spec's blank refusal.
+                return BLANK_PROMPT, BLANK_TITLE
+        else:
+            typed = [self._typed(k) for k in range(5)]
+        for name in typed:
+            prompt = names.name_problem(name)
+            if prompt is not None:
+                return prompt, names.INVALID_TITLE
+        return None
 
     def Cancelar(self) -> None:
         if self.EmInclusao or self.EmAlteracao:
@@ -68,6 +90,11 @@ class SaveMixin:
             self.Gravou = False
             errorlog.log_exception(self.state, SAVE_ROUTINE, exc)
             return
+        except names.UnsearchableNameError:
+            # Rolled back: a quote-balanced name would have hit another row (issue 6).
+            self.Gravou = False
+            desktop.msgbox(names.UNSEARCHABLE_PROMPT, desktop.vbInformation, names.INVALID_TITLE)
+            return
         self.apply_tree_changes(changes)
         if notice is not None:
             desktop.msgbox(notice[0], desktop.vbInformation, notice[1])
@@ -84,9 +111,31 @@ class SaveMixin:
         except JetError:
             return found, 0  # the row it stood on was deleted: there is no code to take
 
+    def _find_named(
+        self, table: Recordset, level: int, name: str, parent: int | None, written: bool = False
+    ) -> tuple[bool, int]:
+        """Find a row by the spec's name criteria; refuse when apostrophes changed them.
+
+        A name such as "' OR '1'='1" keeps the criteria valid but makes them select another
+        row (or, after the row was written, none): the save must not go on with that code.
+        """
+        found, code = self._find_code(table, name_criteria(level, name, parent))
+        if "'" not in name:
+            return found, code
+        if not found:
+            if written:
+                raise names.UnsearchableNameError(name)
+            return found, code
+        parent_field = f"CodigoCategoria{level - 1}" if level and parent is not None else None
+        if not names.same_name(table["Nome"], name) or (
+            parent_field is not None and table[parent_field] != parent
+        ):
+            raise names.UnsearchableNameError(name)
+        return found, code
+
     def _category_code(self) -> int:
         # Part 2.5: a category is never created; an unknown name leaves the level-0 row as is.
-        _found, code = self._find_code(self.Nivel[0].recordset, name_criteria(0, self._typed(0)))
+        _found, code = self._find_named(self.Nivel[0].recordset, 0, self._typed(0), None)
         return code
 
     def _typed(self, level: int, page: int = 0) -> str:
@@ -101,13 +150,11 @@ class SaveMixin:
             code = int(self.data_set()[f"NivelCategoria{level}.Codigo"])
         parent = self._category_code()
         for k in range(1, level):
-            _found, parent = self._find_code(
-                self.Nivel[k].recordset, name_criteria(k, self._typed(k), parent)
-            )
+            _found, parent = self._find_named(self.Nivel[k].recordset, k, self._typed(k), parent)
         name = self._typed(level, page=1)
         table = self.Nivel[level].recordset
         if not editing:
-            found, existing = self._find_code(table, name_criteria(level, name, parent))
+            found, existing = self._find_named(table, level, name, parent)
             if found:
                 self.CodigoGravado = existing
                 self.Gravou = True
@@ -120,7 +167,7 @@ class SaveMixin:
         if level in (1, 2, 3):
             table[f"CodigoCategoria{level - 1}"] = parent
         table.update()
-        _found, self.CodigoGravado = self._find_code(table, name_criteria(level, name, parent))
+        _found, self.CodigoGravado = self._find_named(table, level, name, parent, written=True)
         self.Gravou = True
         # The tree follows the written row, not the one the read-back finds (a sibling may
         # share the new name: Part 2.5 does not refuse a rename to a sibling's name).
@@ -139,20 +186,20 @@ class SaveMixin:
         for k in (1, 2, 3):
             table = self.Nivel[k].recordset
             name = self._typed(k)
-            found, code = self._find_code(table, name_criteria(k, name, parent))
+            found, code = self._find_named(table, k, name, parent)
             if not found:
                 # Missing sectors, groups and accounts are created silently (Part 2.5).
                 table.add_new()
                 table["Nome"] = name
                 table[f"CodigoCategoria{k - 1}"] = parent
                 table.update()
-                found, code = self._find_code(table, name_criteria(k, name, parent))
+                found, code = self._find_named(table, k, name, parent, written=True)
                 changes.append(TreeChange("add", k, code, name, parent))
             parent = code
         items = self.Nivel[4].recordset
         name = self._typed(4)
         if not editing:
-            found, existing = self._find_code(items, name_criteria(4, name, parent))
+            found, existing = self._find_named(items, 4, name, parent)
             if found:
                 self.CodigoGravado = existing
                 self.Gravou = True
@@ -165,7 +212,7 @@ class SaveMixin:
         items["CodigoCategoria3"] = parent
         items["CodigoProduto"] = 0  # the editor never ties an item to a product
         items.update()
-        _found, self.CodigoGravado = self._find_code(items, name_criteria(4, name, parent))
+        _found, self.CodigoGravado = self._find_named(items, 4, name, parent, written=True)
         self.Gravou = True
         changes.append(
             TreeChange(

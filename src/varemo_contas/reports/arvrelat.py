@@ -45,6 +45,7 @@ from varemo_contas.app.images import NENHUM
 from varemo_contas.data.dao import Recordset, RecordsetType
 from varemo_contas.data.errors import JetError
 from varemo_contas.data.jet import nocase
+from varemo_contas.editor import names
 from varemo_contas.editor.tree import STORED_IMAGES, Node, build_tree
 from varemo_contas.reports import marks
 
@@ -271,6 +272,11 @@ class ArvRelat(QDialog):
         if not name or name == NAME_PROMPT:
             desktop.msgbox(NO_NAME[0], desktop.vbInformation, NO_NAME[1])
             return False
+        problem = names.name_problem(name)
+        if problem is not None:
+            # Bad input (issue 6): refused before any SQL, the window stays open.
+            desktop.msgbox(problem, desktop.vbInformation, names.INVALID_TITLE)
+            return False
         root = self.root
         rows = marks.stored_rows(root) if root is not None else []
         database = self.state.database
@@ -299,7 +305,12 @@ class ArvRelat(QDialog):
         """Mode 1: refuse a name in use, else add the row and read its new code."""
         reports = self.state.database.open_recordset("Relatorios", RecordsetType.TABLE)
         try:
-            if reports.find_first("NomeRelatorio = '" + name + "'"):
+            criteria = "NomeRelatorio = '" + name + "'"
+            found = reports.find_first(criteria)
+            # A quote-balanced name ("' OR '1'='1") selects rows of other names: not taken.
+            while found and not names.same_name(reports["NomeRelatorio"], name):
+                found = reports.find_next(criteria)
+            if found:
                 raise _NameTakenError
             reports.add_new()
             reports["NomeRelatorio"] = name
@@ -318,8 +329,13 @@ class ArvRelat(QDialog):
             if nocase(name) != nocase(self.NomeRelatorio):
                 criteria = "NomeRelatorio = '" + name + "'"
                 found = reports.find_first(criteria)
-                while found and reports["CodigoRelatorio"] == code:
-                    found = reports.find_next(criteria)  # its own row is accepted
+                while found and (
+                    reports["CodigoRelatorio"] == code
+                    or not names.same_name(reports["NomeRelatorio"], name)
+                ):
+                    # Its own row is accepted; rows of other names come from a quote-balanced
+                    # name ("' OR '1'='1") changing the criteria (issue 6): not taken either.
+                    found = reports.find_next(criteria)
                 if found:
                     raise _NameTakenError
             if reports.find_first("CodigoRelatorio = " + str(code)):

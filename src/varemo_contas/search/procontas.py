@@ -33,6 +33,7 @@ from PySide6.QtWidgets import (
 )
 
 from varemo_contas.app import desktop, errorlog, helptopics
+from varemo_contas.editor import names
 from varemo_contas.search import criteria as rules
 from varemo_contas.search import execution
 from varemo_contas.search.criteria import Row
@@ -323,8 +324,13 @@ class ProContas(QDialog):
 
     def search(self) -> None:
         """Search: run it, close the `Procura` recordset, hide (Part 3.1)."""
+        rows = self.criteria_rows()
+        if any(names.has_control(row[2]) for row in rows):
+            # Bad input (issue 6): refused before any SQL; the window stays open.
+            desktop.msgbox(names.CONTENT_CONTROL_PROMPT, desktop.vbInformation, names.CONTENT_TITLE)
+            return
         try:
-            execution.run_search(self.state, self.criteria_rows(), self.RsProcura)
+            execution.run_search(self.state, rows, self.RsProcura)
         except Exception as exc:
             # Rolled back: the marks stay as the preparation left them and the window
             # stays open, so the person can correct the content or cancel (Part 1.3).
