@@ -60,7 +60,7 @@ INPUTS: dict[str, str] = {
     "padded": PADDED,
     "blanks": BLANKS,
 }
-KINDS = list(INPUTS)  # 13 inputs per field
+KINDS = list(INPUTS)  # 14 inputs per field
 
 LOG_BOX = desktop.vbCritical
 CONTROL_BOX = (names.CONTROL_PROMPT, desktop.vbInformation, names.INVALID_TITLE)
