@@ -1,6 +1,6 @@
 """Child-process driver of the crash suite (issue 6, "Crash during a write"); not a test module.
 
-Usage: python crash_child.py <action> <program folder> <kill at k | 0> <work folder>
+Usage: python crash_child.py <action> <program folder> <kill at k | 0> <work folder> [spill]
 
 Starts the real program on the installation (`startup.start`) with a desktop that answers
 Yes/OK, prepares the action's window, then counts every statement that reaches SQLite
@@ -9,6 +9,7 @@ during the action only. With k > 0 the process kills itself with SIGKILL right a
 statement: nothing is flushed, closed or rolled back, as when the power goes. With k = 0 the
 action runs uncut: the database file is copied to <work>/before.mdb just before the action
 and to <work>/after.mdb after it, and the statement count and texts go to <work>/uncut.json.
+With "spill" the page cache is one page, so changed pages reach the file before COMMIT.
 """
 
 from __future__ import annotations
@@ -163,6 +164,7 @@ _keep: list[object] = []  # the action's windows live until the process ends
 
 def main(argv: list[str]) -> int:
     action, program, kill_at, work = argv[0], argv[1], int(argv[2]), argv[3]
+    spill = argv[4:] == ["spill"]
     QSettings.setDefaultFormat(QSettings.Format.IniFormat)
     QSettings.setPath(
         QSettings.Format.IniFormat, QSettings.Scope.UserScope, os.path.join(work, "settings")
@@ -184,6 +186,10 @@ def main(argv: list[str]) -> int:
         if len(statements) == kill_at:
             os.kill(os.getpid(), signal.SIGKILL)
 
+    if spill:
+        # The smallest page cache: changed pages reach the file before COMMIT, so a kill
+        # leaves a database file only the rollback journal can put back.
+        database.connection.execute("PRAGMA cache_size = 1")
     if kill_at == 0:
         shutil.copyfile(database.path, os.path.join(work, "before.mdb"))
     database.statement_hook = hook
