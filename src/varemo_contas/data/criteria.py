@@ -323,31 +323,19 @@ def _arith(op: str, left: Value, right: Value) -> Value:
 
 @lru_cache(maxsize=1024)
 def like_regex(pattern: str) -> re.Pattern[str]:
-    """Jet's Like pattern (* ? # [list]) as a regular expression, ASCII case-blind."""
+    """A Like pattern as a regular expression, ASCII case-blind, as jet.py sends it to SQLite.
+
+    Only "*" and "?" are wildcards (Part 1.1's dialect; DESIGN.md): "#" and "[" stay literal
+    as in the translated SQL, so a find and a statement agree on the same rows.
+    """
     out = []
-    i = 0
-    while i < len(pattern):
-        ch = pattern[i]
+    for ch in pattern:
         if ch == "*":
             out.append(".*")
         elif ch == "?":
             out.append(".")
-        elif ch == "#":
-            out.append("[0-9]")
-        elif ch == "[":
-            close = pattern.find("]", i + 1)
-            if close == -1:
-                raise errors.syntax_in_expression(pattern)
-            body = pattern[i + 1 : close]
-            negate = body.startswith("!")
-            if negate:
-                body = body[1:]
-            body = re.sub(r"([\\\]^])", r"\\\1", body)
-            out.append(f"[{'^' if negate else ''}{body}]" if body else "\\[\\]")
-            i = close
         else:
             out.append(re.escape(ch))
-        i += 1
     return re.compile("".join(out), re.ASCII | re.IGNORECASE | re.DOTALL)
 
 
@@ -358,6 +346,8 @@ def _like(left: Value, pattern: str, negate: bool) -> Value:
         a = left(row)
         if a is None:
             return None
+        if isinstance(a, bool):
+            a = int(a)  # a Boolean is stored as 1/0 and SQLite's Like reads it so
         found = regex.fullmatch(a if isinstance(a, str) else str(a)) is not None
         return not found if negate else found
 

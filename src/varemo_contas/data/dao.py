@@ -551,8 +551,11 @@ class Recordset:
             rowid = cursor.lastrowid
             self.database._note_write(self)
             row = self._fetch(rowid)
+            at_eof = self._pos >= len(self._rows) and not self._deleted_current
             self._rows.append(row)
             self._ids.append(rowid)
+            if at_eof:
+                self._pos += 1  # DAO: the record current before AddNew (here EOF) stays current
             self._positions = None
             self._index_appended(row, len(self._rows) - 1)
             self.last_modified = rowid

@@ -126,9 +126,12 @@ def _significant(tokens: list[Token]) -> list[int]:
 
 
 def _rewrite_literals(tokens: list[Token]) -> None:
-    """Dates, double-quoted strings and Like patterns, in place."""
+    """Dates, double-quoted strings, Like patterns and division, in place."""
     for i, tok in enumerate(tokens):
-        if tok.kind == "date":
+        if tok.kind == "op" and tok.text == "/":
+            # Jet's "/" divides as floating point; SQLite's would truncate two integers.
+            tokens[i] = Token("op", "* 1.0 /")
+        elif tok.kind == "date":
             tokens[i] = Token("str", date_literal(tok.text))
         elif tok.kind == "str" and tok.text.startswith('"'):
             tokens[i] = Token("str", _sql_string(_string_value(tok)))
