@@ -100,7 +100,7 @@ def atoms(draw: st.DrawFn) -> str:
     kind = draw(
         st.sampled_from(
             ["text", "field", "int", "bool", "date", "like", "null", "between", "in", "arith",
-             "like_other"]
+             "like_other", "concat"]
         )
     )  # fmt: skip
     if kind == "between":
@@ -117,6 +117,10 @@ def atoms(draw: st.DrawFn) -> str:
     if kind == "arith":
         op = draw(st.sampled_from(["+", "-", "*", "/"]))
         return f"Numero {op} {draw(st.integers(0, 3))} {draw(OPS)} {draw(st.integers(-4, 8))}"
+    if kind == "concat":
+        left = draw(st.sampled_from(["Nome", "Obs", "Numero", jet_text(draw(texts))]))
+        right = draw(st.sampled_from(["Nome", "Obs", jet_text(draw(texts))]))
+        return f"{left} & {right} {draw(OPS)} {jet_text(draw(texts))}"
     if kind == "like_other":
         field = draw(st.sampled_from(["Numero", "Marca", "Dia"]))
         pattern = draw(st.lists(st.sampled_from(["*", "?", "1", "0", "-", "2020", "0?-"])))

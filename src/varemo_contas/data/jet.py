@@ -144,6 +144,58 @@ def _rewrite_literals(tokens: list[Token]) -> None:
                 tokens[j] = Token("str", _sql_string(pattern) + " ESCAPE '\\'")
 
 
+_CONCAT_STOP_WORDS = {
+    "AND", "OR", "NOT", "LIKE", "IS", "BETWEEN", "IN", "WHERE", "SET", "SELECT", "ON", "BY",
+    "HAVING", "AS", "FROM", "ORDER", "GROUP", "ESCAPE",
+}  # fmt: skip
+_CONCAT_STOP_OPS = {"=", "<>", "<", ">", "<=", ">=", "&"}
+
+
+def _is_concat_stop(tok: Token) -> bool:
+    if tok.kind == "op" and tok.text in _CONCAT_STOP_OPS:
+        return True
+    if tok.kind == "punct" and tok.text in {",", ";"}:
+        return True
+    return tok.kind == "ident" and tok.upper in _CONCAT_STOP_WORDS
+
+
+def _rewrite_concat(tokens: list[Token]) -> None:
+    """Jet's "a & b" joins texts, Null as "": SQLite's "&" is a bitwise AND (Part 1.1)."""
+    while True:
+        at = next((i for i, t in enumerate(tokens) if t.kind == "op" and t.text == "&"), None)
+        if at is None:
+            return
+        start, depth = at, 0
+        while start > 0:
+            tok = tokens[start - 1]
+            if tok.text == ")":
+                depth += 1
+            elif tok.text == "(":
+                if depth == 0:
+                    break
+                depth -= 1
+            elif depth == 0 and _is_concat_stop(tok):
+                break
+            start -= 1
+        end, depth = at + 1, 0
+        while end < len(tokens):
+            tok = tokens[end]
+            if tok.text == "(":
+                depth += 1
+            elif tok.text == ")":
+                if depth == 0:
+                    break
+                depth -= 1
+            elif depth == 0 and _is_concat_stop(tok):
+                break
+            end += 1
+        left, right = _text(tokens, start, at), _text(tokens, at + 1, end)
+        if not left or not right:
+            raise errors.syntax_in_query(_text(tokens))
+        joined = f" (coalesce({left}, '') || coalesce({right}, '')) "
+        tokens[start:end] = [Token("raw", joined)]
+
+
 def _split_top(tokens: list[Token], start: int, end: int) -> list[tuple[int, int]]:
     """Ranges of comma-separated items between start and end at paren depth 0."""
     items, depth, item_start = [], 0, start
@@ -339,6 +391,8 @@ def translate(statement: str, catalog: Catalog) -> Translation:
         raise errors.syntax_in_query(statement)
     _rewrite_literals(tokens)
     first = tokens[sig[0]].upper
+    _rewrite_concat(tokens)
+    sig = _significant(tokens)
     if first == "SELECT":
         _rewrite_order_by(tokens)
         return _translate_select(tokens, sig[0], catalog)
