@@ -29,9 +29,27 @@ from pathlib import Path
 
 import pytest
 
-from conftest import FakeDesktop, Installation, make_installation
 from varemo_contas.app.startup import start
 from varemo_contas.editor.tree import walk
+
+
+def _root_conftest() -> object:
+    """tests/conftest.py itself: with several conftest modules collected, the name
+    "conftest" may stand for another folder's, so it is loaded by its path."""
+    import importlib.util
+
+    path = Path(__file__).resolve().parents[1] / "conftest.py"
+    spec = importlib.util.spec_from_file_location("varemo_tests_root_conftest", path)
+    module = importlib.util.module_from_spec(spec)
+    sys.modules[spec.name] = module  # its dataclasses look their module up there
+    spec.loader.exec_module(module)
+    return module
+
+
+_root = _root_conftest()
+FakeDesktop = _root.FakeDesktop
+Installation = _root.Installation
+make_installation = _root.make_installation
 
 CHILD = Path(__file__).with_name("crash_child.py")
 WORKERS = 2  # the machine's cores: each child is one process starting Qt (~0.2 s)
