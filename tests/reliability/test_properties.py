@@ -15,7 +15,7 @@ import tempfile
 from collections.abc import Iterator
 
 import pytest
-from hypothesis import HealthCheck, given, settings
+from hypothesis import HealthCheck, example, given, settings
 from hypothesis import strategies as st
 
 from varemo_contas.data import jet, queries, schema
@@ -178,6 +178,8 @@ def sqlite_answer(database: Database, condition: str) -> set[int]:
 
 @FAST
 @given(rows=rows_strategy, condition=criteria_texts())
+# Found in CI: a computed text compares as it is in SQLite (no NOCASE without a field).
+@example(rows=[(None, None, None, None, None)], condition="Nome & 'A' < '['")
 def test_find_matches_the_rows_sqlite_selects(
     tdb: Database, rows: list[tuple], condition: str
 ) -> None:

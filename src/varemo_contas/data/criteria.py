@@ -190,8 +190,21 @@ class _Parser:
                 raise self.error()
             name = ".".join(p[1:-1] if p.startswith("[") else p for p in tok.text.split("."))
             index = self.resolve(name)
-            return lambda row: row[index]
+            field = _Field(index)
+            return field
         raise self.error()
+
+
+class _Field:
+    """A field of the row: text compared with it folds case, as its NOCASE column does."""
+
+    __slots__ = ("index",)
+
+    def __init__(self, index: int) -> None:
+        self.index = index
+
+    def __call__(self, row: Row) -> object:
+        return row[self.index]
 
 
 def _literal_text(tok: Token) -> str:
@@ -212,10 +225,11 @@ def _number(value: object) -> float | int:
     raise errors.type_mismatch()
 
 
-def _normalise(left: object, right: object) -> tuple[object, object]:
-    """Bring two non-null values to one comparable kind, as SQLite's NOCASE sees text."""
+def _normalise(left: object, right: object, fold: bool = True) -> tuple[object, object]:
+    """Bring two non-null values to one comparable kind; text folds as SQLite's NOCASE
+    only where a field takes part (a computed text compares as it is, as in SQLite)."""
     if isinstance(left, str) and isinstance(right, str):
-        return nocase(left), nocase(right)
+        return (nocase(left), nocase(right)) if fold else (left, right)
     if isinstance(left, bool) and isinstance(right, bool):
         return left, right
     if isinstance(left, datetime.date) or isinstance(right, datetime.date):
@@ -244,11 +258,13 @@ def _compare(op: str, left: Value, right: Value) -> Value:
         ">=": lambda a, b: a >= b,
     }[op]
 
+    fold = isinstance(left, _Field) or isinstance(right, _Field)
+
     def compare(row: Row) -> object:
         a, b = left(row), right(row)
         if a is None or b is None:
             return None
-        return test(*_normalise(a, b))
+        return test(*_normalise(a, b, fold))
 
     return compare
 
