@@ -20,7 +20,6 @@ from PySide6.QtCore import QSettings
 
 from varemo_contas.app import desktop
 
-
 # CI runs the property tests on a fixed sequence of examples, so that a landing is judged on
 # the code, not on the draw; developers' runs keep drawing new examples.
 hypothesis_settings.register_profile("ci", derandomize=True)
