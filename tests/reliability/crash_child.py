@@ -25,6 +25,7 @@ os.environ["QT_QPA_PLATFORM"] = "offscreen"
 
 from PySide6.QtCore import QSettings
 from PySide6.QtWidgets import QApplication
+from user_actions import ACTIONS  # beside this script
 
 from varemo_contas.app import desktop
 
@@ -60,105 +61,6 @@ def fake_desktop() -> None:
         setattr(desktop, name, function)
 
 
-# --- the actions: each returns the trigger, a callable that runs the action itself ---------
-
-NEW_PATH = ("Despesas", "Despesas Novas", "Grupo Novo", "Conta Nova", "Item Novo")
-
-
-def hierarchy_save(window) -> Callable[[], None]:
-    """Part 2.5: a new Setor, Grupo, Conta and Item under the category "Despesas"."""
-    window.tool_click("ID_Incluir")
-    for level, name in enumerate(NEW_PATH):
-        window.Combo[level].set_text(name)
-    return lambda: window.tool_click("ID_Gravar")
-
-
-def delete_item(window) -> Callable[[], None]:
-    """Part 2.6: delete item 7 "Condomínio" (no movements), every question answered Yes."""
-    window.Arvore_NodeClick(window.node("7N4"))
-    return lambda: window.tool_click("ID_Excluir")
-
-
-def report_save(window) -> Callable[[], None]:
-    """Part 4.3: a new report definition with a few nodes toggled, saved after the question."""
-    from varemo_contas.reports.arvrelat import ArvRelat
-
-    report = ArvRelat(window.state, 1, 0, "", window)
-    report.Nome.setText("Relatório Novo")
-    root = report.Arvore.topLevelItem(0)
-    categories = [root.child(i) for i in range(root.childCount())]
-    report.Arvore_NodeClick(categories[0])  # a whole category
-    report.Arvore_NodeClick(categories[1])
-    sector = categories[1].child(0)
-    if sector is not None:
-        report.Arvore_NodeClick(sector)  # and back off for one of its sectors
-    _keep.append(report)
-    return lambda: report.BotaoEscolha_Click(0)
-
-
-def report_edit(window) -> Callable[[], None]:
-    """Part 4.3: the saved definition "Resultado Mensal" renamed and re-marked, then saved."""
-    from varemo_contas.reports.arvrelat import ArvRelat
-
-    report = ArvRelat(window.state, 2, 1, "Resultado Mensal", window)
-    report.Nome.setText("Resultado Mensal Revisto")
-    root = report.Arvore.topLevelItem(0)
-    report.Arvore_NodeClick(root.child(0))
-    report.Arvore_NodeClick(root.child(1))
-    _keep.append(report)
-    return lambda: report.BotaoEscolha_Click(0)
-
-
-def _fill_search(search) -> None:
-    search.Campo[0].setCurrentText("Item")
-    search.Criterio[0].setCurrentText("contenha")
-    search.Conteudo[0].setText("Pão")
-    search.BotaoMais_Click(0)
-    search.Campo[1].setCurrentText("Setor")
-    search.Criterio[1].setCurrentText("contenha")
-    search.Conteudo[1].setText("Receitas")
-
-
-def search_marking(window) -> Callable[[], None]:
-    """Part 3.1: two criteria filled, the search click (the preparation ran before counting)."""
-    from varemo_contas.search.procontas import ProContas
-
-    search = ProContas(window.state, window)
-    _fill_search(search)
-    _keep.append(search)
-    return lambda: search.BotaoProcura_Click(2)
-
-
-def search_preparation(window) -> Callable[[], None]:
-    """Part 3.1: bringing the search window up again, whose preparation clears the marks."""
-    from varemo_contas.search.procontas import ProContas
-
-    first = ProContas(window.state, window)  # a search first, so there are marks to clear
-    _fill_search(first)
-    first.BotaoProcura_Click(2)
-    return lambda: _keep.append(ProContas(window.state, window))
-
-
-def period_confirmation(window) -> Callable[[], None]:
-    """Part 4.2: another week start and the retroactive period type, then confirm."""
-    from varemo_contas.reports.dataperiodo import DataPeriodo
-
-    period = DataPeriodo(window.state, window)
-    period.InicioSemana.setCurrentIndex((period.InicioSemana.currentIndex() + 2) % 7)
-    period.OpcaoRetrocede_Click(0 if not period.OpcaoRetrocede[0].isChecked() else 1)
-    _keep.append(period)
-    return lambda: period.Botao_Click(1)
-
-
-ACTIONS: dict[str, Callable] = {
-    "hierarchy_save": hierarchy_save,
-    "delete_item": delete_item,
-    "report_save": report_save,
-    "report_edit": report_edit,
-    "search_marking": search_marking,
-    "search_preparation": search_preparation,
-    "period_confirmation": period_confirmation,
-}
 _keep: list[object] = []  # the action's windows live until the process ends
 
 
@@ -178,7 +80,7 @@ def main(argv: list[str]) -> int:
         print("start-up stopped", file=sys.stderr)
         return 2
     database = window.state.database
-    trigger = ACTIONS[action](window)
+    trigger = ACTIONS[action](window, _keep)
     statements: list[str] = []
 
     def hook(sql: str) -> None:

@@ -21,6 +21,7 @@ from dataclasses import dataclass, field
 
 import pytest
 from PySide6.QtWidgets import QDialog
+from tables import changes, snapshot
 
 from varemo_contas.app import desktop
 from varemo_contas.data.dao import Recordset
@@ -77,40 +78,6 @@ def text_for(kind: str, valid: str) -> str:
 
 
 # --- the watchers -------------------------------------------------------------------------
-
-
-def snapshot(installation) -> dict[str, list[tuple]]:
-    """Every table of the company database (and the schema itself), read by another program."""
-    connection = sqlite3.connect(str(installation.database))
-    try:
-        tables = [
-            name
-            for (name,) in connection.execute(
-                # The autonumber counters are SQLite's bookkeeping, not the company's data.
-                "SELECT name FROM sqlite_master WHERE type = 'table' "
-                "AND name <> 'sqlite_sequence' ORDER BY name"
-            )
-        ]
-        data = {"sqlite_master": connection.execute("SELECT * FROM sqlite_master").fetchall()}
-        for table in tables:
-            data[table] = sorted(
-                connection.execute(f'SELECT * FROM "{table}"').fetchall(), key=repr
-            )
-        return data
-    finally:
-        connection.close()
-
-
-def changes(before: dict[str, list[tuple]], after: dict[str, list[tuple]]) -> dict[str, tuple]:
-    """Per table: (rows gone, rows new); tables that did not change are left out."""
-    out = {}
-    for table in before.keys() | after.keys():
-        old, new = before.get(table, []), after.get(table, [])
-        gone = [row for row in old if row not in new]
-        added = [row for row in new if row not in old]
-        if gone or added:
-            out[table] = (gone, added)
-    return out
 
 
 @dataclass
@@ -213,10 +180,10 @@ def test_hierarchy_page_selector(
     contas.tool_click("ID_Incluir")
     for k, name in enumerate(PATH):
         contas.Combo[k].set_text(typed_text if k == level else name)
-    before = snapshot(installation)
+    before = snapshot(installation.database)
     seen = watch(contas.state)
     contas.tool_click("ID_Gravar")
-    delta = changes(before, snapshot(installation))
+    delta = changes(before, snapshot(installation.database))
     seen.assert_only_the_parts_statements()
     assert_name_criteria_are_the_parts(seen, typed_text.strip())
     expected_refusal = {
@@ -276,10 +243,10 @@ def test_level_page_name(contas, fake_desktop, installation, watch, level: int, 
     contas.tool_click("ID_Incluir")
     typed_text = text_for(kind, "Nome Novo")
     contas.Texto[level].set_text(typed_text)
-    before = snapshot(installation)
+    before = snapshot(installation.database)
     seen = watch(contas.state)
     contas.tool_click("ID_Gravar")
-    delta = changes(before, snapshot(installation))
+    delta = changes(before, snapshot(installation.database))
     seen.assert_only_the_parts_statements()
     assert_name_criteria_are_the_parts(seen, typed_text.strip())
     expected_refusal = {
@@ -312,9 +279,9 @@ def test_quote_balanced_name_never_edits_another_row(contas, fake_desktop, insta
     """Editing item 6 to "' OR '1'='1": the read-back must not take a sibling's code."""
     contas.tool_click("ID_Alterar")
     contas.Combo[4].set_text(OR_TRUE)
-    before = snapshot(installation)
+    before = snapshot(installation.database)
     contas.tool_click("ID_Gravar")
-    delta = changes(before, snapshot(installation))
+    delta = changes(before, snapshot(installation.database))
     if delta:
         # Written: only item 6 changed, to the typed name, under its own account.
         assert list(delta) == ["NivelCategoria4"]
@@ -333,10 +300,10 @@ def test_quote_balanced_sector_is_not_taken_for_an_existing_one(
     contas.tool_click("ID_Incluir")
     for k, name in enumerate(("Despesas", OR_TRUE, "Grupo Novo", "Conta Nova", "Item Novo")):
         contas.Combo[k].set_text(name)
-    before = snapshot(installation)
+    before = snapshot(installation.database)
     contas.tool_click("ID_Gravar")
     assert boxes(fake_desktop) == [UNSEARCHABLE_BOX]
-    assert snapshot(installation) == before
+    assert snapshot(installation.database) == before
     assert contas.Modo == "Inserir"
 
 
@@ -394,10 +361,10 @@ def test_search_content(
     content = text_for(kind, "Conta de luz")
     window.Conteudo[row].setText(content)
     fake_desktop.calls.clear()
-    before = snapshot(installation)
+    before = snapshot(installation.database)
     seen = watch(contas.state)
     window.BotaoProcura_Click(2)
-    after = snapshot(installation)
+    after = snapshot(installation.database)
     delta = changes(before, after)
     seen.assert_only_the_parts_statements()
     # Only the scratch marks may change: `Procura` and `NivelCategoria4.Marca`.
@@ -455,11 +422,11 @@ def test_report_name(report_window, contas, fake_desktop, installation, watch, k
     name = text_for(kind, "Relatório Novo")
     window.Nome.setText(name)
     typed = window.Nome.text()  # the box holds at most 50 characters
-    before = snapshot(installation)
+    before = snapshot(installation.database)
     seen = watch(contas.state)
     fake_desktop.answers[:] = [desktop.vbYes]
     window.BotaoEscolha_Click(0)
-    delta = changes(before, snapshot(installation))
+    delta = changes(before, snapshot(installation.database))
     seen.assert_only_the_parts_statements()
     for criteria in seen.criteria:
         if typed.strip() and typed.strip() in criteria:
@@ -536,9 +503,9 @@ def test_date_box(
     window.Datas[box].setText(text_for(kind, valid[box]))
     window.Datas[box].setFocus()
     fake_desktop.calls.clear()
-    before = snapshot(installation)
+    before = snapshot(installation.database)
     window.Botao_Click(1)
-    delta = changes(before, snapshot(installation))
+    delta = changes(before, snapshot(installation.database))
     if kind == "padded":
         # The mask drops the blanks: the date stands, the period is confirmed.
         assert [b.text() for b in window.Datas] == valid

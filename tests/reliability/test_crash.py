@@ -28,42 +28,17 @@ from datetime import date
 from pathlib import Path
 
 import pytest
+from installations import FakeDesktop, Installation, copy_installation, make_installation
+from user_actions import WRITES
 
 from varemo_contas.app.startup import start
 from varemo_contas.editor.tree import walk
-
-
-def _root_conftest() -> object:
-    """tests/conftest.py itself: with several conftest modules collected, the name
-    "conftest" may stand for another folder's, so it is loaded by its path."""
-    import importlib.util
-
-    path = Path(__file__).resolve().parents[1] / "conftest.py"
-    spec = importlib.util.spec_from_file_location("varemo_tests_root_conftest", path)
-    module = importlib.util.module_from_spec(spec)
-    sys.modules[spec.name] = module  # its dataclasses look their module up there
-    spec.loader.exec_module(module)
-    return module
-
-
-_root = _root_conftest()
-FakeDesktop = _root.FakeDesktop
-Installation = _root.Installation
-make_installation = _root.make_installation
 
 CHILD = Path(__file__).with_name("crash_child.py")
 WORKERS = 2  # the machine's cores: each child is one process starting Qt (~0.2 s)
 
 # The actions of issue 6 and what their uncut run must write (a check the harness bites).
-ACTIONS = {
-    "hierarchy_save": ("NivelCategoria1", "NivelCategoria2", "NivelCategoria3", "NivelCategoria4"),
-    "delete_item": ("NivelCategoria4",),
-    "report_save": ("Relatorios", "RelatorioItens"),
-    "report_edit": ("Relatorios", "RelatorioItens"),
-    "search_preparation": ("NivelCategoria4", "Procura"),
-    "search_marking": ("NivelCategoria4", "Procura"),
-    "period_confirmation": ("DadosEmpresa",),
-}
+ACTIONS = WRITES
 
 # The actions whose changes outgrow a one-page cache: killed mid-transaction, their file
 # already holds changed pages (the rollback journal is what puts it back).
@@ -102,14 +77,6 @@ def check_file(path: Path) -> tuple[str, Dump]:
         return verdict, dump(connection)
     finally:
         connection.close()
-
-
-def copy_installation(template: Installation, root: Path) -> Installation:
-    """A fresh copy of the installation whose "Caminho.dad" names the copy's data folder."""
-    shutil.copytree(template.program.parent, root)
-    copy = Installation(root / template.program.name, root / template.data.name)
-    (copy.program / "Caminho.dad").write_text(str(copy.data) + os.sep + "\r\n", encoding="cp1252")
-    return copy
 
 
 def run_child(

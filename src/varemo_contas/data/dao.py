@@ -184,24 +184,25 @@ class Database:
         self._in_transaction = 1
         try:
             yield
+            # Another module reading the file keeps COMMIT waiting; past the busy timeout it
+            # fails like any statement and the whole action is abandoned below (issue 6).
+            self._run("COMMIT")
         except BaseException:
-            self._in_transaction = 0
-            with contextlib.suppress(sqlite3.Error):
-                self._connection.execute("ROLLBACK")
-            touched, self._touched = self._touched, []
-            for recordset in touched:
-                if not recordset.closed:
-                    with contextlib.suppress(JetError):
-                        recordset.requery()
+            self._abandon()
             raise
         self._in_transaction = 0
         self._touched = []
-        try:
-            self._run("COMMIT")
-        except JetError:
-            with contextlib.suppress(sqlite3.Error):
-                self._connection.execute("ROLLBACK")
-            raise
+
+    def _abandon(self) -> None:
+        """Roll back, and make the recordsets written to forget the rows that never were."""
+        self._in_transaction = 0
+        with contextlib.suppress(sqlite3.Error):
+            self._connection.execute("ROLLBACK")
+        touched, self._touched = self._touched, []
+        for recordset in touched:
+            if not recordset.closed:
+                with contextlib.suppress(JetError):
+                    recordset.requery()
 
     @property
     def in_transaction(self) -> bool:
