@@ -212,6 +212,31 @@ def test_transaction_rolls_back_every_row_of_a_failed_action(db: Database):
     assert rs.record_count == 4  # the cached rows forget the rolled-back row
 
 
+def test_commit_kept_waiting_by_a_reader_rolls_back_and_the_cache_forgets(db: Database, seeded_path):
+    """Issue 6: another module's open read outlasting the busy timeout fails COMMIT itself;
+    the action is abandoned like any other failure, cached rows included."""
+    db.connection.execute("PRAGMA busy_timeout = 50")
+    rs = db.open_recordset("NivelCategoria1", RecordsetType.TABLE)
+    reader = sqlite3.connect(seeded_path, isolation_level=None)
+    reader.execute("BEGIN")
+    reader.execute("SELECT COUNT(*) FROM NivelCategoria1").fetchone()
+    try:
+        with pytest.raises(JetError) as info, db.transaction():
+            rs.add_new()
+            rs["Nome"] = "Setor novo"
+            rs["CodigoCategoria0"] = 2
+            rs.update()
+        assert info.value.number == 3218
+        assert not db.in_transaction
+    finally:
+        reader.execute("ROLLBACK")
+        reader.close()
+    assert db.scalar("SELECT COUNT(*) AS n FROM NivelCategoria1") == 4
+    assert rs.record_count == 4
+    with db.transaction():  # the connection is free for the next action
+        db.execute("DELETE * FROM Procura;")
+
+
 def test_transaction_commits(db: Database):
     with db.transaction():
         db.execute("DELETE * FROM Procura;")
