@@ -52,6 +52,9 @@ REQUIRED_TABLES = (
     "Compra",
     "CompraProdutos",
 )
+# The tables this module writes, walked page by page at opening (the movements, owned and
+# written by the other modules, are read only by the reports: a damage there is logged there).
+CHECKED_TABLES = REQUIRED_TABLES[:9]
 
 
 def apply_locale() -> None:
@@ -114,10 +117,16 @@ def AbreBanco(state: State) -> bool:
         os.chdir(folder)
     try:
         database = Database.open(resolved)
-        missing = [name for name in REQUIRED_TABLES if not database.has_table(name)]
-        if missing:
+        try:
+            missing = [name for name in REQUIRED_TABLES if not database.has_table(name)]
+            if missing:
+                raise JetError(errors.TABLE_NOT_FOUND, "Tabelas ausentes: " + ", ".join(missing))
+            # Part 1.2 step 3: a damaged chart is "corrompido" at opening, not halfway through
+            # a save (SQLite itself reads the pages only when a query needs them).
+            database.check_tables(CHECKED_TABLES)
+        except JetError:
             database.close()
-            raise JetError(errors.TABLE_NOT_FOUND, "Tabelas ausentes: " + ", ".join(missing))
+            raise
     except JetError as exc:
         if exc.number == errors.NOT_A_DATABASE:
             desktop.msgbox(CORRUPT_MESSAGE, desktop.vbCritical, CORRUPT_TITLE)

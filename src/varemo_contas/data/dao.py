@@ -50,6 +50,15 @@ sqlite3.register_converter("BOOLEAN", _convert_boolean)
 sqlite3.register_converter("DATE", _convert_date)
 
 
+@contextlib.contextmanager
+def storage_errors(statement: str) -> Iterator[None]:
+    """Any SQLite failure inside becomes the Jet-like error the Parts log."""
+    try:
+        yield
+    except sqlite3.Error as exc:
+        raise errors.from_sqlite(exc, statement) from exc
+
+
 class RecordsetType(IntEnum):
     """DAO's recordset types (dbOpenTable, dbOpenDynaset, dbOpenSnapshot)."""
 
@@ -84,7 +93,7 @@ class Database:
         if not os.path.isfile(path):
             raise JetError(errors.FILE_NOT_FOUND, f"Não foi possível encontrar o arquivo '{path}'.")
         uri = "file:" + urllib.request.pathname2url(os.path.abspath(path)) + "?mode=rw"
-        try:
+        with storage_errors(""):
             connection = sqlite3.connect(
                 uri,
                 uri=True,
@@ -93,8 +102,6 @@ class Database:
                 detect_types=sqlite3.PARSE_DECLTYPES,
                 check_same_thread=False,
             )
-        except sqlite3.Error as exc:
-            raise errors.from_sqlite(exc) from exc
         database = cls(connection, path)
         try:
             tables = database.catalog
@@ -111,7 +118,7 @@ class Database:
     def catalog(self) -> jet.Catalog:
         if self._catalog is None:
             catalog: jet.Catalog = {}
-            try:
+            with storage_errors(""):
                 names = [
                     row[0]
                     for row in self._connection.execute(
@@ -124,13 +131,22 @@ class Database:
                         row[1] for row in self._connection.execute(f'PRAGMA table_info("{name}")')
                     ]
                     catalog[name.lower()] = (name, fields)
-            except sqlite3.Error as exc:
-                raise errors.from_sqlite(exc) from exc
             self._catalog = catalog
         return self._catalog
 
     def has_table(self, name: str) -> bool:
         return name.lower() in self.catalog
+
+    def check_tables(self, names: tuple[str, ...]) -> None:
+        """Jet's 3049 when a page of these tables (or their indexes) is damaged.
+
+        SQLite reads the file lazily, so a damaged page would otherwise first show up halfway
+        through an action; `quick_check` walks just these tables' pages.
+        """
+        for name in names:
+            [[verdict], *_rest] = self._rows(f'PRAGMA quick_check("{name}")')
+            if verdict != "ok":
+                raise errors.from_sqlite(sqlite3.DatabaseError("database disk image is malformed"))
 
     # -- statements --
     def translate(self, statement: str) -> jet.Translation:
@@ -140,13 +156,23 @@ class Database:
         return jet.translate(source, self.catalog)
 
     def _run(self, sql: str, params: tuple = (), original: str = "") -> sqlite3.Cursor:
-        try:
+        with storage_errors(original or sql):
             cursor = self._connection.execute(sql, params)
-        except sqlite3.Error as exc:
-            raise errors.from_sqlite(exc, original or sql) from exc
         if self.statement_hook is not None:
             self.statement_hook(sql)
         return cursor
+
+    def _rows(
+        self, sql: str, params: tuple = (), original: str = "", first_only: bool = False
+    ) -> list[tuple]:
+        """The rows of a query; SQLite reads most pages while rows are fetched, so a damaged
+        page or a lock met there is a `JetError` too (issue 6), never a bare sqlite3 error."""
+        cursor = self._run(sql, params, original)
+        with storage_errors(original or sql):
+            if first_only:
+                row = cursor.fetchone()
+                return [] if row is None else [row]
+            return cursor.fetchall()
 
     def execute(self, statement: str) -> int:
         """Run a Jet action statement; return the number of rows it touched."""
@@ -166,8 +192,8 @@ class Database:
     def scalar(self, statement: str) -> object:
         """The first field of the first row of a Jet SELECT, or None."""
         translation = self.translate(statement)
-        row = self._run(translation.sql, original=statement).fetchone()
-        return None if row is None else row[0]
+        rows = self._rows(translation.sql, original=statement, first_only=True)
+        return rows[0][0] if rows else None
 
     # -- transactions --
     @contextlib.contextmanager
@@ -263,8 +289,7 @@ class Recordset:
 
     # -- loading --
     def _load(self) -> None:
-        cursor = self.database._run(self._translation.sql, original=self.source)
-        rows = cursor.fetchall()
+        rows = self.database._rows(self._translation.sql, original=self.source)
         width = len(self._columns)
         if self._translation.rowid_alias is not None:
             self._ids = [row[width] for row in rows]
@@ -524,12 +549,12 @@ class Recordset:
     def _fetch(self, rowid: object) -> tuple:
         fields = ", ".join(f'"{self._column_field(i)}"' for i in range(len(self._columns)))
         table = self._translation.base_table
-        row = self.database._run(
-            f'SELECT {fields} FROM "{table}" WHERE rowid = ?', (rowid,)
-        ).fetchone()
-        if row is None:
+        rows = self.database._rows(
+            f'SELECT {fields} FROM "{table}" WHERE rowid = ?', (rowid,), first_only=True
+        )
+        if not rows:
             raise JetError(3167, "O registro foi excluído.")
-        return tuple(row)
+        return tuple(rows[0])
 
     def update(self) -> None:
         """Store the row being added or edited."""
