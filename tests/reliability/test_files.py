@@ -260,7 +260,8 @@ def test_damaged_page_of_the_purchase_lines_is_logged_by_the_report_that_reads_i
     assert logged[0].prompt.endswith(
         log_record_prompt(ROTINA_PERSONALIZADO, errors.NOT_A_DATABASE, DAMAGED_DESCRIPTION)
     )
-    assert f"Rotina: {ROTINA_PERSONALIZADO}\r\n" in installation.error_log.read_bytes().decode("cp1252")
+    record = installation.error_log.read_bytes().decode("cp1252")
+    assert f"Rotina: {ROTINA_PERSONALIZADO}\r\n" in record
     fake_desktop.calls.clear()
     assert chart_lines(run_report(window.state, 1, window, level=4)) > 0
     assert fake_desktop.boxes == []
