@@ -212,7 +212,9 @@ def test_transaction_rolls_back_every_row_of_a_failed_action(db: Database):
     assert rs.record_count == 4  # the cached rows forget the rolled-back row
 
 
-def test_commit_kept_waiting_by_a_reader_rolls_back_and_the_cache_forgets(db: Database, seeded_path):
+def test_commit_kept_waiting_by_a_reader_rolls_back_and_the_cache_forgets(
+    db: Database, seeded_path: str
+) -> None:
     """Issue 6: another module's open read outlasting the busy timeout fails COMMIT itself;
     the action is abandoned like any other failure, cached rows included."""
     db.connection.execute("PRAGMA busy_timeout = 50")
