@@ -3,7 +3,7 @@
 Usage: python lock_holder.py <database> <lock> <seconds>
 
 <lock> is the lock another module of the suite takes on the shared file:
-- "reserved": BEGIN IMMEDIATE and a sale written (document 900 of 24-11-2026 with one line),
+- "reserved": BEGIN IMMEDIATE and a sale written (the next document, of 24-11-2026, one line),
   as the sales module saving a document;
 - "shared": BEGIN and a read left open, as another module laying out a long report;
 - "exclusive": BEGIN EXCLUSIVE and the same sale, as a module in the middle of a large commit.
@@ -19,10 +19,13 @@ import sqlite3
 import sys
 import time
 
-SALE = "INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES (900, '2026-11-24', 1)"
+SALE = (
+    "INSERT INTO Venda (Codigo, DataDocumento, Venda) "
+    "SELECT COALESCE(MAX(Codigo), 0) + 1, '2026-11-24', 1 FROM Venda"
+)
 SALE_LINE = (
     "INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, PrecoUnit, "
-    "QdeComprada) VALUES (900, 2, 1, 1, 8.0, 5)"
+    "QdeComprada) SELECT MAX(Codigo), 2, 1, 1, 8.0, 5 FROM Venda"
 )
 BEGIN = {"reserved": "BEGIN IMMEDIATE", "shared": "BEGIN", "exclusive": "BEGIN EXCLUSIVE"}
 

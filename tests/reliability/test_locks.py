@@ -108,8 +108,9 @@ def assert_sale_kept(before: Snapshot, after: Snapshot) -> None:
     """The other module's document is in the file: waiting for it lost nothing of its work."""
     delta = changes(before, after)
     assert set(delta) >= SALE_TABLES
-    assert [row[0] for row in delta["Venda"][1]] == [900]
-    assert delta["Venda"][0] == [] and delta["VendaProdutos"][0] == []
+    [(gone, [document])] = [delta["Venda"]]
+    assert gone == [] and document[1:] == ("2026-11-24", 1)
+    assert delta["VendaProdutos"] == ([], [(document[0], 2, 1, 1, 8.0, 5)])
 
 
 def uncontended(installation, action: str, root: Path, qtbot) -> dict[str, tuple]:
