@@ -186,15 +186,16 @@ def test_short_lock_of_another_module_is_waited_for(prepared, installation, fake
     assert_sale_kept(before, after)
 
 
-@pytest.mark.slow
-@pytest.mark.parametrize("prepared", list(ACTIONS), indirect=True)
-def test_lock_outlasting_the_wait_fails_into_the_log_then_the_same_click_goes_through(
-    prepared, installation, fake_desktop
-):
-    """Issue 6 and Part 1.3: the wait is bounded; the failure is logged, nothing is written,
-    the window stays usable, and once the other module lets go the same click writes."""
+def held_past_the_wait_then_released(
+    prepared: Prepared, installation, fake_desktop, lock: str
+) -> tuple[Snapshot, Snapshot]:
+    """The click while another module holds `lock` past the busy timeout: the wait ends by
+    itself, the failure is logged and nothing is written; once released, the same click
+    (the window as the failure left it) writes exactly the uncontended rows.
+
+    Returns the file before the click and right after the release."""
     before = snapshot(installation.database)
-    with Holder(installation.database, "reserved") as holder:
+    with Holder(installation.database, lock) as holder:
         waited = timed(prepared.trigger)
         assert BUSY_TIMEOUT_SECONDS * 0.9 <= waited <= WAIT_BOUND
         assert snapshot(installation.database) == before
@@ -205,6 +206,19 @@ def test_lock_outlasting_the_wait_fails_into_the_log_then_the_same_click_goes_th
     prepared.trigger()
     assert log_boxes(fake_desktop) == []
     assert changes(released, snapshot(installation.database)) == prepared.expected
+    return before, released
+
+
+@pytest.mark.slow
+@pytest.mark.parametrize("prepared", list(ACTIONS), indirect=True)
+def test_lock_outlasting_the_wait_fails_into_the_log_then_the_same_click_goes_through(
+    prepared, installation, fake_desktop
+):
+    """Issue 6 and Part 1.3: the wait is bounded; the failure is logged, nothing is written,
+    the window stays usable, and once the other module lets go the same click writes."""
+    before, released = held_past_the_wait_then_released(
+        prepared, installation, fake_desktop, "reserved"
+    )
     assert_sale_kept(before, released)
 
 
@@ -219,17 +233,10 @@ def test_reader_outlasting_the_commit_rolls_back_then_the_same_click_goes_throug
     """Issue 6: another module's open read keeps our COMMIT waiting; past the busy timeout the
     whole action is rolled back and logged, and the window forgets what it had cached, so the
     second click writes exactly what an uncontended one writes."""
-    before = snapshot(installation.database)
-    with Holder(installation.database, "shared") as holder:
-        waited = timed(prepared.trigger)
-        assert BUSY_TIMEOUT_SECONDS * 0.9 <= waited <= WAIT_BOUND
-        assert snapshot(installation.database) == before
-        assert_logged_lock(installation, fake_desktop, ROUTINES[prepared.action])
-        holder.release()
-    fake_desktop.calls.clear()
-    prepared.trigger()
-    assert log_boxes(fake_desktop) == []
-    assert changes(before, snapshot(installation.database)) == prepared.expected
+    before, released = held_past_the_wait_then_released(
+        prepared, installation, fake_desktop, "shared"
+    )
+    assert released == before  # the reader wrote nothing
 
 
 # --- a module in the middle of a large commit: even reads wait ------------------------------
