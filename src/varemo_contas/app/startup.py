@@ -34,8 +34,10 @@ IMPROPER_MESSAGE = (
     + "ou com formato .mdb impróprio!"
 )
 IMPROPER_TITLE = "Arquivo não existe ou impróprio"
-# The tables this module reads; a file without them is not the suite's database.
-REQUIRED_TABLES = (
+# The tables this module writes (and level 0 and the company row it reads with them): walked
+# page by page at opening. The movements, owned and written by the other modules, are read
+# only by the reports, which log a damage met there.
+CHECKED_TABLES = (
     "DadosEmpresa",
     "NivelCategoria0",
     "NivelCategoria1",
@@ -45,6 +47,10 @@ REQUIRED_TABLES = (
     "Procura",
     "Relatorios",
     "RelatorioItens",
+)
+# The tables this module reads; a file without them is not the suite's database.
+REQUIRED_TABLES = (
+    *CHECKED_TABLES,
     "Linhas",
     "Produtos",
     "Venda",
@@ -52,9 +58,6 @@ REQUIRED_TABLES = (
     "Compra",
     "CompraProdutos",
 )
-# The tables this module writes, walked page by page at opening (the movements, owned and
-# written by the other modules, are read only by the reports: a damage there is logged there).
-CHECKED_TABLES = REQUIRED_TABLES[:9]
 
 
 def apply_locale() -> None:
