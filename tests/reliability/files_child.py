@@ -20,7 +20,7 @@ os.environ["QT_QPA_PLATFORM"] = "offscreen"
 
 from PySide6.QtCore import QSettings, Qt
 from PySide6.QtWidgets import QApplication
-from user_actions import ACTIONS
+from user_actions import ACTIONS, chart_lines
 
 from varemo_contas.app import desktop
 
@@ -57,12 +57,7 @@ def main(argv: list[str]) -> int:
         window.Form_KeyDown(Qt.Key.Key_Escape)
         seen["mode_after_escape"] = window.Modo
         preview = run_report(window.state, 1, window, level=4)
-        seen["chart_lines"] = sum(
-            1
-            for page in preview.Visual.document.pages
-            for text in page.texts()
-            if text.section == "Detail"
-        )
+        seen["chart_lines"] = len(chart_lines(preview))
         window.Form_Unload()
     print(json.dumps(seen, ensure_ascii=False))
     del app

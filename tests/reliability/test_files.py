@@ -20,6 +20,7 @@ import pytest
 from installations import copy_installation
 from PySide6.QtCore import Qt
 from tables import snapshot
+from user_actions import chart_lines
 
 from varemo_contas.app import desktop, errorlog
 from varemo_contas.app.startup import (
@@ -55,15 +56,6 @@ def stopped_with(fake_desktop, prompt: str, buttons: int, title: str) -> None:
     assert [(b.prompt, b.buttons, b.title) for b in fake_desktop.boxes] == [
         (prompt, buttons, title)
     ]
-
-
-def chart_lines(preview) -> int:
-    return sum(
-        1
-        for page in preview.Visual.document.pages
-        for text in page.texts()
-        if text.section == "Detail"
-    )
 
 
 def log_record_prompt(routine: str, number: int, description: str) -> str:
@@ -113,7 +105,7 @@ def expected_chart_lines(installation, fake_desktop, tmp_path: Path, qtbot) -> i
     copy = copy_installation(installation, tmp_path / "gravavel")
     window = start(str(copy.program))
     qtbot.addWidget(window)
-    lines = chart_lines(run_report(window.state, 1, window, level=4))
+    lines = len(chart_lines(run_report(window.state, 1, window, level=4)))
     window.Form_Unload()
     fake_desktop.calls.clear()
     return lines
@@ -263,7 +255,7 @@ def test_damaged_page_of_the_purchase_lines_is_logged_by_the_report_that_reads_i
     record = installation.error_log.read_bytes().decode("cp1252")
     assert f"Rotina: {ROTINA_PERSONALIZADO}\r\n" in record
     fake_desktop.calls.clear()
-    assert chart_lines(run_report(window.state, 1, window, level=4)) > 0
+    assert chart_lines(run_report(window.state, 1, window, level=4))
     assert fake_desktop.boxes == []
     window.Form_Unload()
     assert installation.database.read_bytes() == left

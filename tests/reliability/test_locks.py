@@ -26,7 +26,7 @@ from pathlib import Path
 import pytest
 from installations import copy_installation
 from tables import Snapshot, changes, snapshot
-from user_actions import ACTIONS, WRITES, Trigger
+from user_actions import ACTIONS, WRITES, Trigger, chart_lines
 
 from varemo_contas.app import desktop, errorlog
 from varemo_contas.app.startup import IMPROPER_MESSAGE, IMPROPER_TITLE, start
@@ -108,7 +108,7 @@ def assert_sale_kept(before: Snapshot, after: Snapshot) -> None:
     """The other module's document is in the file: waiting for it lost nothing of its work."""
     delta = changes(before, after)
     assert set(delta) >= SALE_TABLES
-    [(gone, [document])] = [delta["Venda"]]
+    gone, [document] = delta["Venda"]
     assert gone == [] and document[1:] == ("2026-11-24", 1)
     assert delta["VendaProdutos"] == ([], [(document[0], 2, 1, 1, 8.0, 5)])
 
@@ -240,16 +240,6 @@ def test_reader_outlasting_the_commit_rolls_back_then_the_same_click_goes_throug
 
 
 # --- a module in the middle of a large commit: even reads wait ------------------------------
-
-
-def chart_lines(preview) -> list[str]:
-    """The detail lines of the chart listing in the preview."""
-    return [
-        text.text
-        for page in preview.Visual.document.pages
-        for text in page.texts()
-        if text.section == "Detail"
-    ]
 
 
 @pytest.mark.slow

@@ -132,6 +132,16 @@ def period_confirmation(window, keep: list) -> Trigger:
     return lambda: period.Botao_Click(1)
 
 
+def chart_lines(preview) -> list[str]:
+    """The detail lines of the chart listing (Part 4.5) as the preview shows them."""
+    return [
+        text.text
+        for page in preview.Visual.document.pages
+        for text in page.texts()
+        if text.section == "Detail"
+    ]
+
+
 ACTIONS: dict[str, Callable[[object, list], Trigger]] = {
     "hierarchy_save": hierarchy_save,
     "level_page_save": level_page_save,
