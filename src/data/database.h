@@ -1,0 +1,77 @@
+#pragma once
+
+#include "data/errors.h"
+#include "data/recordset.h"
+
+#include <QSqlDatabase>
+#include <QString>
+#include <QVariant>
+
+#include <functional>
+#include <memory>
+
+namespace varemo {
+
+// The one open company database. Statement and criteria texts are Jet's; they are
+// translated on the way to the engine. Every engine failure surfaces as JetError.
+class Database {
+public:
+    // How long a statement waits for another module's lock before it fails with 3218.
+    static constexpr int BusyTimeoutMs = 5000;
+
+    // Opens an existing company file shared and read-write. A file that is not a
+    // database, or is damaged, fails with 3049; a missing one with another number.
+    static std::unique_ptr<Database> open(const QString& path);
+
+    ~Database();
+    Database(const Database&) = delete;
+    Database& operator=(const Database&) = delete;
+
+    // Runs an action statement (INSERT, UPDATE, DELETE); returns the rows it touched.
+    int execute(const QString& jetText);
+    // A table name or a SELECT text.
+    std::unique_ptr<Recordset> openRecordset(const QString& source,
+                                             RecordsetType type = RecordsetType::Dynaset);
+    // The first column of the first row, or a null QVariant.
+    QVariant scalar(const QString& jetText);
+
+    bool hasTable(const QString& name) const;
+    bool isOpen() const;
+    void close();
+    const QString& path() const { return m_path; }
+    QSqlDatabase connection() const;
+    bool inTransaction() const { return m_transactionDepth > 0; }
+
+    // Called after every statement that reached the engine (the crash tests count them).
+    std::function<void(const QString& sql)> statementHook;
+
+private:
+    friend class UnitOfWork;
+    friend class Recordset;
+    Database(const QString& connectionName, const QString& path);
+
+    struct Private;
+    std::unique_ptr<Private> d;
+    QString m_connectionName;
+    QString m_path;
+    int m_transactionDepth = 0;
+};
+
+// One user action that writes: everything inside is one transaction. Commit
+// explicitly; leaving the scope without commit() rolls back, and the recordsets
+// written inside forget the rows they had added or changed.
+class UnitOfWork {
+public:
+    explicit UnitOfWork(Database& database);
+    ~UnitOfWork();
+    UnitOfWork(const UnitOfWork&) = delete;
+    UnitOfWork& operator=(const UnitOfWork&) = delete;
+
+    void commit();
+
+private:
+    Database& m_database;
+    bool m_done = false;
+};
+
+} // namespace varemo

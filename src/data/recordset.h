@@ -1,0 +1,70 @@
+#pragma once
+
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <memory>
+
+namespace varemo {
+
+class Database;
+
+enum class RecordsetType { Table = 1, Dynaset = 2, Snapshot = 4 };
+enum class EditMode { None = 0, Edit = 1, Add = 2 };
+
+// Rows in memory in the query's order, with a current record, BOF/EOF, bookmarks,
+// finds by Jet criteria text, and add-new/edit/update/delete on one-table sources.
+class Recordset {
+public:
+    using Bookmark = qint64;
+
+    ~Recordset();
+    Recordset(const Recordset&) = delete;
+    Recordset& operator=(const Recordset&) = delete;
+
+    int recordCount() const;
+    bool bof() const;
+    bool eof() const;
+    void moveFirst();
+    void moveLast();
+    void moveNext();
+    void movePrevious();
+    int absolutePosition() const; // -1 at BOF/EOF
+    void setAbsolutePosition(int position);
+    Bookmark bookmark() const;
+    void setBookmark(Bookmark bookmark);
+
+    // Criteria in Jet's text ("Nome = 'Pães' And CodigoCategoria2 = 7"); parsed once.
+    bool findFirst(const QString& criteria);
+    bool findLast(const QString& criteria);
+    bool findNext(const QString& criteria);
+    bool findPrevious(const QString& criteria);
+    bool noMatch() const;
+
+    // Fields by "Field" or "Table.Field".
+    QVariant value(const QString& field) const;
+    QVariant operator[](const QString& field) const { return value(field); }
+    void setValue(const QString& field, const QVariant& value);
+    QStringList fieldNames() const;
+
+    EditMode editMode() const;
+    void addNew();
+    void edit();
+    void update();
+    void cancelUpdate();
+    void deleteCurrent();
+
+    void requery();
+    void close();
+    bool isOpen() const;
+
+private:
+    friend class Database;
+    Recordset(Database& database, const QString& source, RecordsetType type);
+
+    struct Private;
+    std::unique_ptr<Private> d;
+};
+
+} // namespace varemo

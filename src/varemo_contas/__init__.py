@@ -1,1 +1,0 @@
-"""Plano de Contas: the chart-of-accounts module of the Varemo suite."""

@@ -1,1 +1,0 @@
-"""Subsystem 1: start-up and shutdown, process-wide state, error log, desktop services."""

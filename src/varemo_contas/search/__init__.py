@@ -1,1 +1,0 @@
-"""Subsystem 3: the search window `ProContas` (Part 3.1)."""

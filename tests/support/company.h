@@ -1,0 +1,39 @@
+#pragma once
+
+#include <QSqlDatabase>
+#include <QString>
+#include <QTemporaryDir>
+#include <QVariant>
+
+namespace varemo::test {
+
+// A whole installation in a temporary folder, as the suite lays it out: a program folder
+// (Caminho.dad naming the data folder, Sons/, Ajuda/) and a data folder (Empresa.ini,
+// Dados/empresa.mdb made with our schema and a small seeded chart, products, sales and
+// purchases, two saved report definitions). Removed with the object.
+class TestCompany {
+public:
+    enum class Seed { Small, Empty, Demo };
+    explicit TestCompany(Seed seed = Seed::Small);
+    ~TestCompany();
+    TestCompany(const TestCompany&) = delete;
+    TestCompany& operator=(const TestCompany&) = delete;
+
+    QString root() const;          // the temporary folder, ending in "/"
+    QString programFolder() const; // ends in "/"
+    QString dataFolder() const;    // ends in "/"
+    QString databasePath() const;
+
+    // A direct connection to the file for checks, outside the program's data layer.
+    QSqlDatabase sql();
+    QVariant scalar(const QString& sqliteQuery);
+    int count(const QString& sqliteQuery) { return scalar(sqliteQuery).toInt(); }
+    void exec(const QString& sqliteStatement);
+    void closeSql();
+
+private:
+    QTemporaryDir m_dir;
+    QString m_connection;
+};
+
+} // namespace varemo::test

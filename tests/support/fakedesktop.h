@@ -1,0 +1,58 @@
+#pragma once
+
+#include "app/desktop.h"
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+
+#include <deque>
+#include <functional>
+
+namespace varemo::test {
+
+// A message box the program showed.
+struct Box {
+    QString prompt;
+    int buttons = 0;
+    QString title;
+};
+
+// The desktop of the tests: records every call and answers boxes and modal windows
+// from a script. An unscripted box gets OK (or No for a Yes/No box).
+class FakeDesktop : public Desktop {
+public:
+    int msgbox(const QString& prompt, int buttons = vb::OKOnly, const QString& title = {}) override;
+    void showModal(QWidget& window) override;
+    void playSound(int number) override { sounds << number; }
+    void showHelp(int context) override { helpContexts << context; }
+    void sendMail() override { ++mailsSent; }
+    void startModule(int number) override { modulesStarted << number; }
+    bool activateRunningCopy(const QString& title) override;
+    bool restorePlacement(QWidget& window, const QString& appName) override;
+    void savePlacement(QWidget& window, const QString& appName) override;
+    void processEvents() override { ++eventPumps; }
+
+    // The next box gets this answer (queued in order).
+    void setNextAnswer(int answer) { m_answers.push_back(answer); }
+    // The next modal window is handed to this callback instead of an event loop.
+    void setNextModal(std::function<void(QWidget&)> action) { m_modals.push_back(std::move(action)); }
+
+    QList<Box> boxes;
+    QList<int> sounds;
+    QList<int> helpContexts;
+    QList<int> modulesStarted;
+    QStringList modalWindows; // objectName or class name of each window shown modally
+    QStringList placementsSaved;
+    int mailsSent = 0;
+    int eventPumps = 0;
+    bool runningCopy = false;   // what activateRunningCopy answers
+    bool placementSaved = false; // what restorePlacement answers
+    int activations = 0;
+
+private:
+    std::deque<int> m_answers;
+    std::deque<std::function<void(QWidget&)>> m_modals;
+};
+
+} // namespace varemo::test
