@@ -46,6 +46,11 @@ inline constexpr qint32 TypeMismatch = 3464;
 inline constexpr qint32 UpdateWithoutEdit = 3020;
 inline constexpr qint32 ObjectClosed = 3420;
 inline constexpr qint32 KeyViolation = 3022;
+inline constexpr qint32 CharactersAfterEnd = 3142;
+inline constexpr qint32 TooFewParameters = 3061;
+inline constexpr qint32 UnknownField = 3070;
+inline constexpr qint32 MustBeUpdatableQuery = 3073;
+inline constexpr qint32 GeneralError = 3000;
 } // namespace jet
 
 } // namespace varemo
