@@ -51,6 +51,7 @@ inline constexpr qint32 TooFewParameters = 3061;
 inline constexpr qint32 UnknownField = 3070;
 inline constexpr qint32 MustBeUpdatableQuery = 3073;
 inline constexpr qint32 GeneralError = 3000;
+inline constexpr qint32 DiskOrNetwork = 3043;
 } // namespace jet
 
 } // namespace varemo

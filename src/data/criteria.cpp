@@ -1,0 +1,516 @@
+#include "data/criteria.h"
+
+#include "data/dialect.h"
+#include "data/errors.h"
+#include "data/jettext.h"
+
+#include <QDateTime>
+
+namespace varemo::criteria {
+
+namespace {
+
+using jettext::Kind;
+using jettext::Token;
+// An expression over a row; a null QVariant is Jet's Null.
+using Value = std::function<QVariant(const Row&)>;
+
+JetError typeMismatch()
+{
+    return JetError(
+        jet::TypeMismatch, QStringLiteral("Tipo de dados incompatível na expressão de critério."));
+}
+
+bool isNull(const QVariant& value)
+{
+    return value.isNull() || !value.isValid();
+}
+
+bool isText(const QVariant& value)
+{
+    return value.typeId() == QMetaType::QString;
+}
+
+bool isBool(const QVariant& value)
+{
+    return value.typeId() == QMetaType::Bool;
+}
+
+bool isDate(const QVariant& value)
+{
+    return value.typeId() == QMetaType::QDate || value.typeId() == QMetaType::QDateTime;
+}
+
+bool isIntegral(const QVariant& value)
+{
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+        return true;
+    default:
+        return false;
+    }
+}
+
+double number(const QVariant& value)
+{
+    if (isBool(value))
+        return value.toBool() ? -1 : 0;
+    bool ok = false;
+    const double result = isText(value)
+        ? value.toString().trimmed().replace(QLatin1Char(','), QLatin1Char('.')).toDouble(&ok)
+        : value.toDouble(&ok);
+    if (!ok)
+        throw typeMismatch();
+    return result;
+}
+
+bool truth(const QVariant& value)
+{
+    if (isBool(value))
+        return value.toBool();
+    if (isText(value)) {
+        const QString text = value.toString().trimmed();
+        if (text.compare(QLatin1String("true"), Qt::CaseInsensitive) == 0)
+            return true;
+        if (text.compare(QLatin1String("false"), Qt::CaseInsensitive) == 0)
+            return false;
+    }
+    return number(value) != 0;
+}
+
+QDateTime moment(const QVariant& value)
+{
+    if (value.typeId() == QMetaType::QDate)
+        return value.toDate().startOfDay();
+    if (value.typeId() == QMetaType::QDateTime)
+        return value.toDateTime();
+    // Stored dates are ISO text: "2026-03-01" or "2026-03-01 10:30:00".
+    QString text = value.toString().trimmed();
+    text.replace(QLatin1Char(' '), QLatin1Char('T'));
+    QDateTime parsed = QDateTime::fromString(text, Qt::ISODate);
+    if (!parsed.isValid()) {
+        const QDate day = QDate::fromString(text.left(10), Qt::ISODate);
+        if (!day.isValid())
+            throw typeMismatch();
+        parsed = day.startOfDay();
+    }
+    return parsed;
+}
+
+template<typename T> int order(const T& a, const T& b)
+{
+    return a < b ? -1 : (b < a ? 1 : 0);
+}
+
+// Compares two non-null values as Jet does; a Yes/No against a number is true for any
+// non-zero number, whatever the file stored for True.
+int compareValues(const QVariant& a, const QVariant& b)
+{
+    if (isText(a) && isText(b))
+        return jettext::compareText(a.toString(), b.toString());
+    if (isBool(a) || isBool(b))
+        return order(truth(a) ? -1 : 0, truth(b) ? -1 : 0); // True is -1 in Jet
+    if (isDate(a) || isDate(b))
+        return order(moment(a), moment(b));
+    if (isIntegral(a) && isIntegral(b))
+        return order(a.toLongLong(), b.toLongLong());
+    return order(number(a), number(b));
+}
+
+QVariant logical(bool value)
+{
+    return QVariant(value);
+}
+
+class Parser {
+public:
+    Parser(const QString& text, const Resolver& resolve)
+        : m_text(text)
+        , m_resolve(resolve)
+    {
+        const auto tokens = jettext::tokenize(text);
+        if (!tokens)
+            fail();
+        for (const Token& token : *tokens) {
+            if (token.kind != Kind::Space)
+                m_tokens.push_back(token);
+        }
+        while (!m_tokens.isEmpty() && m_tokens.back().isPunct(';'))
+            m_tokens.removeLast();
+    }
+
+    Value parse()
+    {
+        if (m_tokens.isEmpty())
+            fail();
+        Value value = orExpression();
+        if (m_at != m_tokens.size())
+            fail();
+        return value;
+    }
+
+private:
+    [[noreturn]] void fail() const { throw dialect::syntaxErrorInExpression(m_text); }
+    const Token* peek(qsizetype ahead = 0) const
+    {
+        return m_at + ahead < m_tokens.size() ? &m_tokens[m_at + ahead] : nullptr;
+    }
+    bool word(const char* upper, qsizetype ahead = 0) const
+    {
+        const Token* token = peek(ahead);
+        return token && token->isWord(upper);
+    }
+    bool takeWord(const char* upper)
+    {
+        if (!word(upper))
+            return false;
+        ++m_at;
+        return true;
+    }
+    bool takeOperator(const char* op)
+    {
+        const Token* token = peek();
+        if (!token || !token->isOperator(op))
+            return false;
+        ++m_at;
+        return true;
+    }
+    void expectPunct(char c)
+    {
+        const Token* token = peek();
+        if (!token || !token->isPunct(c))
+            fail();
+        ++m_at;
+    }
+
+    Value orExpression();
+    Value andExpression();
+    Value notExpression();
+    Value comparison();
+    Value concatenation();
+    Value additive();
+    Value term();
+    Value unary();
+    Value primary();
+
+    const QString& m_text;
+    const Resolver& m_resolve;
+    QVector<Token> m_tokens;
+    qsizetype m_at = 0;
+};
+
+Value Parser::orExpression()
+{
+    Value left = andExpression();
+    while (takeWord("OR")) {
+        Value right = andExpression();
+        left = [left, right](const Row& row) -> QVariant {
+            const QVariant a = left(row);
+            if (!isNull(a) && truth(a))
+                return logical(true);
+            const QVariant b = right(row);
+            if (!isNull(b) && truth(b))
+                return logical(true);
+            return isNull(a) || isNull(b) ? QVariant() : logical(false);
+        };
+    }
+    return left;
+}
+
+Value Parser::andExpression()
+{
+    Value left = notExpression();
+    while (takeWord("AND")) {
+        Value right = notExpression();
+        left = [left, right](const Row& row) -> QVariant {
+            const QVariant a = left(row);
+            if (!isNull(a) && !truth(a))
+                return logical(false);
+            const QVariant b = right(row);
+            if (!isNull(b) && !truth(b))
+                return logical(false);
+            return isNull(a) || isNull(b) ? QVariant() : logical(true);
+        };
+    }
+    return left;
+}
+
+Value negation(Value inner)
+{
+    return [inner](const Row& row) -> QVariant {
+        const QVariant value = inner(row);
+        return isNull(value) ? QVariant() : logical(!truth(value));
+    };
+}
+
+Value Parser::notExpression()
+{
+    if (takeWord("NOT"))
+        return negation(notExpression());
+    return comparison();
+}
+
+Value compare(const QString& op, Value left, Value right)
+{
+    return [op, left, right](const Row& row) -> QVariant {
+        const QVariant a = left(row);
+        const QVariant b = right(row);
+        if (isNull(a) || isNull(b))
+            return {};
+        const int c = compareValues(a, b);
+        if (op == QLatin1String("="))
+            return logical(c == 0);
+        if (op == QLatin1String("<>"))
+            return logical(c != 0);
+        if (op == QLatin1String("<"))
+            return logical(c < 0);
+        if (op == QLatin1String(">"))
+            return logical(c > 0);
+        if (op == QLatin1String("<="))
+            return logical(c <= 0);
+        return logical(c >= 0);
+    };
+}
+
+Value Parser::comparison()
+{
+    Value left = concatenation();
+    const Token* token = peek();
+    if (!token)
+        return left;
+    static const QStringList comparisons {QStringLiteral("="), QStringLiteral("<>"), QStringLiteral("<"),
+        QStringLiteral(">"), QStringLiteral("<="), QStringLiteral(">=")};
+    if (token->kind == Kind::Operator && comparisons.contains(token->text)) {
+        const QString op = token->text;
+        ++m_at;
+        return compare(op, left, concatenation());
+    }
+    if (takeWord("IS")) {
+        const bool negated = takeWord("NOT");
+        if (!takeWord("NULL"))
+            fail();
+        return [left, negated](const Row& row) { return logical(isNull(left(row)) != negated); };
+    }
+    const bool negated = word("NOT") && (word("LIKE", 1) || word("BETWEEN", 1) || word("IN", 1));
+    if (negated)
+        ++m_at;
+    Value test;
+    if (takeWord("LIKE")) {
+        const Token* patternToken = peek();
+        if (patternToken && patternToken->kind == Kind::String
+            && !jettext::likePatternValid(jettext::stringValue(*patternToken)))
+            fail();
+        Value pattern = concatenation();
+        test = [left, pattern](const Row& row) -> QVariant {
+            const QVariant value = left(row);
+            const QVariant mask = pattern(row);
+            if (isNull(value) || isNull(mask))
+                return {};
+            if (!jettext::likePatternValid(mask.toString()))
+                throw typeMismatch();
+            return logical(jettext::likeMatches(dialect::valueText(value), mask.toString()));
+        };
+    } else if (takeWord("BETWEEN")) {
+        Value low = concatenation();
+        if (!takeWord("AND"))
+            fail();
+        Value high = concatenation();
+        Value atLeast = compare(QStringLiteral(">="), left, low);
+        Value atMost = compare(QStringLiteral("<="), left, high);
+        test = [atLeast, atMost](const Row& row) -> QVariant {
+            const QVariant a = atLeast(row);
+            const QVariant b = atMost(row);
+            if ((!isNull(a) && !a.toBool()) || (!isNull(b) && !b.toBool()))
+                return logical(false);
+            return isNull(a) || isNull(b) ? QVariant() : logical(true);
+        };
+    } else if (takeWord("IN")) {
+        expectPunct('(');
+        QVector<Value> options {concatenation()};
+        while (peek() && peek()->isPunct(',')) {
+            ++m_at;
+            options.push_back(concatenation());
+        }
+        expectPunct(')');
+        test = [left, options](const Row& row) -> QVariant {
+            const QVariant value = left(row);
+            if (isNull(value))
+                return {};
+            for (const Value& option : options) {
+                const QVariant candidate = option(row);
+                if (!isNull(candidate) && compareValues(value, candidate) == 0)
+                    return logical(true);
+            }
+            return logical(false);
+        };
+    } else {
+        if (negated)
+            fail();
+        return left;
+    }
+    return negated ? negation(test) : test;
+}
+
+Value Parser::concatenation()
+{
+    Value left = additive();
+    while (takeOperator("&")) {
+        Value right = additive();
+        left = [left, right](const Row& row) -> QVariant {
+            const QVariant a = left(row);
+            const QVariant b = right(row);
+            if (isNull(a) && isNull(b))
+                return {};
+            return dialect::valueText(a) + dialect::valueText(b);
+        };
+    }
+    return left;
+}
+
+Value arithmetic(QChar op, Value left, Value right)
+{
+    return [op, left, right](const Row& row) -> QVariant {
+        const QVariant a = left(row);
+        const QVariant b = right(row);
+        if (isNull(a) || isNull(b))
+            return {};
+        if (op == QLatin1Char('+') && isText(a) && isText(b))
+            return a.toString() + b.toString();
+        const bool integral = isIntegral(a) && isIntegral(b);
+        if (integral && op != QLatin1Char('/')) {
+            const qint64 x = a.toLongLong(), y = b.toLongLong();
+            return op == QLatin1Char('+') ? x + y : op == QLatin1Char('-') ? x - y : x * y;
+        }
+        const double x = number(a), y = number(b);
+        if (op == QLatin1Char('/'))
+            return y == 0 ? QVariant() : QVariant(x / y);
+        return op == QLatin1Char('+') ? x + y : op == QLatin1Char('-') ? x - y : x * y;
+    };
+}
+
+Value Parser::additive()
+{
+    Value left = term();
+    for (;;) {
+        if (takeOperator("+"))
+            left = arithmetic(QLatin1Char('+'), left, term());
+        else if (takeOperator("-"))
+            left = arithmetic(QLatin1Char('-'), left, term());
+        else
+            return left;
+    }
+}
+
+Value Parser::term()
+{
+    Value left = unary();
+    for (;;) {
+        if (takeOperator("*"))
+            left = arithmetic(QLatin1Char('*'), left, unary());
+        else if (takeOperator("/"))
+            left = arithmetic(QLatin1Char('/'), left, unary());
+        else
+            return left;
+    }
+}
+
+Value Parser::unary()
+{
+    if (takeOperator("-")) {
+        Value inner = unary();
+        return [inner](const Row& row) -> QVariant {
+            const QVariant value = inner(row);
+            if (isNull(value))
+                return {};
+            if (isIntegral(value))
+                return -value.toLongLong();
+            return -number(value);
+        };
+    }
+    return primary();
+}
+
+Value Parser::primary()
+{
+    const Token* token = peek();
+    if (!token)
+        fail();
+    ++m_at;
+    if (token->isPunct('(')) {
+        Value inner = orExpression();
+        expectPunct(')');
+        return inner;
+    }
+    QVariant constant;
+    if (token->kind == Kind::Number) {
+        bool whole = false;
+        const qint64 integer = token->text.toLongLong(&whole);
+        constant = whole ? QVariant(integer) : QVariant(token->text.toDouble());
+    } else if (token->kind == Kind::String) {
+        constant = jettext::stringValue(*token);
+    } else if (token->kind == Kind::Date) {
+        const QDate day = jettext::dateValue(*token);
+        if (!day.isValid())
+            fail();
+        constant = day;
+    } else if (token->isWord("TRUE") || token->isWord("FALSE")) {
+        constant = token->isWord("TRUE");
+    } else if (token->isWord("NULL")) {
+        return [](const Row&) { return QVariant(); };
+    } else if (token->kind == Kind::Name && !jettext::isKeyword(token->text)
+        && !token->text.endsWith(QLatin1Char('*'))) {
+        const QString field = jettext::unbracket(token->text);
+        const int index = m_resolve(field);
+        if (index < 0)
+            throw JetError(jet::UnknownField,
+                QStringLiteral("O mecanismo de banco de dados não reconhece '%1' como um nome de campo "
+                               "ou expressão válida.")
+                    .arg(field));
+        return [index](const Row& row) { return index < row.size() ? row[index] : QVariant(); };
+    } else {
+        fail();
+    }
+    return [constant](const Row&) { return constant; };
+}
+
+} // namespace
+
+Predicate compile(const QString& text, const Resolver& resolve)
+{
+    Value value = Parser(text, resolve).parse();
+    return [value](const Row& row) {
+        const QVariant result = value(row);
+        return !isNull(result) && truth(result);
+    };
+}
+
+std::optional<FieldEqualsNumber> fieldEqualsNumber(const QString& text)
+{
+    const auto tokens = jettext::tokenize(text);
+    if (!tokens)
+        return std::nullopt;
+    QVector<Token> parts;
+    for (const Token& token : *tokens) {
+        if (token.kind != Kind::Space)
+            parts.push_back(token);
+    }
+    while (!parts.isEmpty() && parts.back().isPunct(';'))
+        parts.removeLast();
+    const bool negative = parts.size() == 4 && parts[2].isOperator("-");
+    if (parts.size() != (negative ? 4 : 3) || parts[0].kind != Kind::Name || jettext::isKeyword(parts[0].text)
+        || parts[0].text.endsWith(QLatin1Char('*')) || !parts[1].isOperator("=")
+        || parts.back().kind != Kind::Number)
+        return std::nullopt;
+    bool whole = false;
+    const qint64 value = parts.back().text.toLongLong(&whole);
+    if (!whole)
+        return std::nullopt;
+    return FieldEqualsNumber {jettext::unbracket(parts[0].text), negative ? -value : value};
+}
+
+} // namespace varemo::criteria
