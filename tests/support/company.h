@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDate>
 #include <QSqlDatabase>
 #include <QString>
 #include <QTemporaryDir>
@@ -13,16 +14,22 @@ namespace varemo::test {
 // purchases, two saved report definitions). Removed with the object.
 class TestCompany {
 public:
+    // Small: a compact chart known row by row (see company.cpp); Empty: the tables and the
+    // company row only; Demo: the demo bakery with its year of movements up to demoToday().
     enum class Seed { Small, Empty, Demo };
     explicit TestCompany(Seed seed = Seed::Small);
+
+    // The last day of the demo's movements, fixed so that report totals are repeatable.
+    static QDate demoToday() { return QDate(2026, 3, 31); }
     ~TestCompany();
     TestCompany(const TestCompany&) = delete;
     TestCompany& operator=(const TestCompany&) = delete;
 
-    QString root() const;          // the temporary folder, ending in "/"
+    QString root() const; // the temporary folder, ending in "/"
     QString programFolder() const; // ends in "/"
-    QString dataFolder() const;    // ends in "/"
+    QString dataFolder() const; // ends in "/"
     QString databasePath() const;
+    QString errorLogPath() const; // the suite's shared log, Dados/Erros.txt
 
     // A direct connection to the file for checks, outside the program's data layer.
     QSqlDatabase sql();

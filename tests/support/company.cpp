@@ -1,0 +1,226 @@
+#include "support/company.h"
+
+#include "data/schema.h"
+
+#include <QDir>
+#include <QDirIterator>
+#include <QFile>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QTest>
+
+#include <atomic>
+
+namespace varemo::test {
+
+namespace {
+
+// The small company: every rule of the chart has a row to bite on. Two categories (Receitas
+// is code 1) and one without children; the four special groups with lines and products, one
+// of them repeated under an ordinary sector; locked, unlocked and Null Travado; a
+// product-linked item beside a typed one; accented names; sales concluded and not, purchases
+// of products and of items; a line without products and a line and product without a name.
+const char* const smallSeed = R"(
+INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo)
+    VALUES ('  Padaria Teste Ltda  ', 0, 1, 0);
+INSERT INTO NivelCategoria0 (Codigo, Nome) VALUES (1, 'Receitas'), (2, 'Despesas'), (3, 'Vazia');
+INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0, Travado) VALUES
+    (1, 'Receitas Clientes', 1, 1),
+    (2, 'Despesas Fornecedores', 2, 1),
+    (3, 'Despesas Administrativas', 2, NULL),
+    (4, 'Receitas Financeiras', 1, 0);
+INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1, Travado) VALUES
+    (1, 'Vendas Produtos', 1, 1),
+    (2, 'Vendas Insumos', 1, 0),
+    (3, 'Fornecedores Produtos', 2, 1),
+    (4, 'Fornecedores Insumos', 2, 0),
+    (5, 'Ocupação', 3, NULL),
+    (6, 'Vendas Produtos', 4, 0);
+INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES
+    (1, 'Pães', 1),
+    (2, 'Farinhas', 2),
+    (3, 'Pães', 3),
+    (4, 'Farinhas', 4),
+    (5, 'Aluguel e condomínio', 5),
+    (6, 'Energia', 5),
+    (7, 'Aplicações', 6);
+INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3, CodigoProduto, Marca) VALUES
+    (1, 'Pão francês', 1, 1, 0),
+    (2, 'Baguete', 1, 2, 0),
+    (3, 'Farinha de trigo', 2, 0, 0),
+    (4, 'Pão francês', 3, 1, 0),
+    (5, 'Farinha de trigo', 4, 3, 0),
+    (6, 'Aluguel da loja', 5, 0, 0),
+    (7, 'Condomínio', 5, 0, 0),
+    (8, 'Conta de luz', 6, 0, 0),
+    (9, 'CDB', 7, 0, 0);
+INSERT INTO Linhas (CodigoLinha, NomeLinha, Insumo) VALUES
+    (1, 'Pães', 0), (2, 'Farinhas', 1), (3, 'Sorvetes', 0), (4, NULL, 0);
+INSERT INTO Produtos (CodigoProduto, CodigoLinha, NomeProduto) VALUES
+    (1, 1, 'Pão francês'), (2, 1, 'Baguete'), (3, 2, 'Farinha de trigo'), (4, 1, NULL);
+INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES
+    (1, '2026-03-01', 1), (2, '2026-03-15', 1), (3, '2026-03-31', 1), (4, '2026-03-10', 0),
+    (5, '2026-04-01', 1);
+INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, PrecoUnit, QdeComprada) VALUES
+    (1, 1, 1, 1, 0.5, 100), (2, 1, 1, 1, 0.5, 40), (3, 2, 1, 1, 8.0, 3),
+    (4, 1, 1, 1, 0.5, 999), (5, 1, 1, 1, 0.5, 7), (2, 9, 4, 0, 120.0, 1);
+INSERT INTO Compra (Codigo, DataDocumento) VALUES (1, '2026-03-05'), (2, '2026-03-20');
+INSERT INTO CompraProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, PrecoUnit, QdeComprada) VALUES
+    (1, 3, 2, 1, 150.0, 2), (1, 6, 3, 0, 2500.0, 1), (2, 8, 3, 0, 420.5, 1);
+INSERT INTO Relatorios (CodigoRelatorio, NomeRelatorio) VALUES (1, 'Resultado Mensal');
+INSERT INTO RelatorioItens (CodigoRelatorio, Nivel, CodigoConta, Imagem) VALUES
+    (1, 'N0', 2, 2), (1, 'N1', 3, 3), (1, 'N2', 5, 3), (1, 'N3', 5, 3), (1, 'N3', 6, 3),
+    (1, 'N4', 6, 3), (1, 'N4', 7, 3), (1, 'N4', 8, 3);
+)";
+
+const char* const emptySeed = R"(
+INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo)
+    VALUES ('Empresa Vazia Ltda', 0, 1, 0);
+)";
+
+void writeFile(const QString& path, const QByteArray& contents)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
+        qFatal("TestCompany: cannot write %s", qPrintable(path));
+}
+
+void copyTree(const QString& from, const QString& to)
+{
+    if (!QFileInfo(from).isDir())
+        return;
+    QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories);
+    while (it.hasNext()) {
+        const QString source = it.next();
+        const QString target = to + QDir(from).relativeFilePath(source);
+        QDir().mkpath(QFileInfo(target).absolutePath());
+        QFile::copy(source, target);
+    }
+}
+
+void seedDatabase(const QString& path, const char* seedSql)
+{
+    const QString name = QStringLiteral("varemo-test-seed");
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(path);
+        if (!db.open())
+            qFatal("TestCompany: cannot create %s", qPrintable(path));
+        db.transaction();
+        schema::create(db);
+        QSqlQuery query(db);
+        const auto statements = QString::fromUtf8(seedSql).split(QLatin1Char(';'), Qt::SkipEmptyParts);
+        for (const auto& statement : statements) {
+            if (!statement.trimmed().isEmpty() && !query.exec(statement))
+                qFatal("TestCompany: seed failed: %s", qPrintable(query.lastError().text()));
+        }
+        db.commit();
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(name);
+}
+
+} // namespace
+
+TestCompany::TestCompany(Seed seed)
+{
+    static std::atomic<int> serial {0};
+    m_connection = QStringLiteral("varemo-test-company-%1").arg(++serial);
+    if (!m_dir.isValid())
+        qFatal("TestCompany: no temporary folder");
+    QDir().mkpath(programFolder());
+    QDir().mkpath(dataFolder() + QStringLiteral("Dados"));
+
+    // The suite writes Caminho.dad on Windows: CR LF, data folder with its closing separator.
+    writeFile(
+        programFolder() + QStringLiteral("Caminho.dad"), (dataFolder() + QStringLiteral("\r\n")).toUtf8());
+    writeFile(dataFolder() + QStringLiteral("Empresa.ini"),
+        QByteArrayLiteral("[Empresa]\r\nNome=Padaria Teste\r\n"));
+    const QString built = qEnvironmentVariable("VAREMO_PROGRAM_DIR");
+    if (!built.isEmpty()) {
+        copyTree(built + QStringLiteral("/Sons"), programFolder() + QStringLiteral("Sons/"));
+        copyTree(built + QStringLiteral("/Ajuda"), programFolder() + QStringLiteral("Ajuda/"));
+    }
+
+    switch (seed) {
+    case Seed::Small:
+        seedDatabase(databasePath(), smallSeed);
+        break;
+    case Seed::Empty:
+        seedDatabase(databasePath(), emptySeed);
+        break;
+    case Seed::Demo:
+        qFatal("TestCompany: the demo seed is not available yet");
+        break;
+    }
+}
+
+TestCompany::~TestCompany()
+{
+    closeSql();
+}
+
+QString TestCompany::root() const
+{
+    return m_dir.path() + QLatin1Char('/');
+}
+
+QString TestCompany::programFolder() const
+{
+    return root() + QStringLiteral("programa/");
+}
+
+QString TestCompany::dataFolder() const
+{
+    return root() + QStringLiteral("empresa/");
+}
+
+QString TestCompany::databasePath() const
+{
+    return dataFolder() + QStringLiteral("Dados/empresa.mdb");
+}
+
+QString TestCompany::errorLogPath() const
+{
+    return dataFolder() + QStringLiteral("Dados/Erros.txt");
+}
+
+QSqlDatabase TestCompany::sql()
+{
+    if (QSqlDatabase::contains(m_connection))
+        return QSqlDatabase::database(m_connection);
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
+    db.setDatabaseName(databasePath());
+    if (!db.open())
+        QTest::qFail(qPrintable(db.lastError().text()), __FILE__, __LINE__);
+    return db;
+}
+
+QVariant TestCompany::scalar(const QString& sqliteQuery)
+{
+    QSqlQuery query(sql());
+    if (!query.exec(sqliteQuery)) {
+        QTest::qFail(
+            qPrintable(sqliteQuery + QStringLiteral(": ") + query.lastError().text()), __FILE__, __LINE__);
+        return {};
+    }
+    return query.next() ? query.value(0) : QVariant();
+}
+
+void TestCompany::exec(const QString& sqliteStatement)
+{
+    QSqlQuery query(sql());
+    if (!query.exec(sqliteStatement))
+        QTest::qFail(qPrintable(sqliteStatement + QStringLiteral(": ") + query.lastError().text()), __FILE__,
+            __LINE__);
+}
+
+void TestCompany::closeSql()
+{
+    if (!QSqlDatabase::contains(m_connection))
+        return;
+    QSqlDatabase::database(m_connection, false).close();
+    QSqlDatabase::removeDatabase(m_connection);
+}
+
+} // namespace varemo::test
