@@ -1,0 +1,203 @@
+#include "data/criteria.h"
+#include "data/dialect.h"
+#include "data/errors.h"
+#include "support/company.h"
+#include "support/testregistry.h"
+
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QTest>
+
+using varemo::JetError;
+namespace criteria = varemo::criteria;
+namespace dialect = varemo::dialect;
+
+namespace {
+
+const QStringList fields {QStringLiteral("Codigo"), QStringLiteral("Nome"), QStringLiteral("Marca"),
+    QStringLiteral("Travado"), QStringLiteral("Data"), QStringLiteral("Preco"),
+    QStringLiteral("NivelCategoria4.Codigo")};
+
+int resolve(const QString& field)
+{
+    return static_cast<int>(fields.indexOf(field));
+}
+
+// Codigo, Nome, Marca, Travado, Data, Preco, NivelCategoria4.Codigo
+criteria::Row row(qint64 code, const QString& name, const QVariant& mark = 0, const QVariant& locked = {},
+    const QString& date = QStringLiteral("2026-03-15"), double price = 0.5)
+{
+    return {code, name, mark, locked, date, price, code};
+}
+
+} // namespace
+
+class TestCriteria : public QObject {
+    Q_OBJECT
+
+private slots:
+    void matchesAsJet_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<criteria::Row>("values");
+        QTest::addColumn<bool>("matches");
+        QTest::newRow("name and parent, any case")
+            << "Nome = 'Pães' AND Codigo = 5" << row(5, "PÃES") << true;
+        QTest::newRow("accent kept") << "Nome = 'Paes'" << row(5, "Pães") << false;
+        QTest::newRow("True against a stored 1") << "Marca = True" << row(1, "a", 1) << true;
+        QTest::newRow("True against a Yes/No") << "Marca = True" << row(1, "a", true) << true;
+        QTest::newRow("False against a stored 0") << "Marca = False" << row(1, "a", 0) << true;
+        QTest::newRow("Null is not True") << "Travado = True" << row(1, "a") << false;
+        QTest::newRow("Not of Null stays Null") << "Not Travado = True" << row(1, "a") << false;
+        QTest::newRow("Is Null") << "Travado Is Null" << row(1, "a") << true;
+        QTest::newRow("Is Not Null") << "Travado Is Not Null" << row(1, "a") << false;
+        QTest::newRow("Null Or true") << "Travado = True Or Codigo = 1" << row(1, "a") << true;
+        QTest::newRow("Like folds accented capitals") << "Nome Like '*ÃO*'" << row(1, "Pão francês") << true;
+        QTest::newRow("Not Like") << "Nome Not Like 'p*'" << row(1, "Pão francês") << false;
+        QTest::newRow("Like on a number") << "Codigo Like '1#'" << row(12, "a") << true;
+        QTest::newRow("joined field") << "NivelCategoria4.Codigo = 17" << row(17, "a") << true;
+        QTest::newRow("text order") << "Nome > 'Condomínio'" << row(1, "Conta de luz") << true;
+        QTest::newRow("text equal is not greater") << "Nome > 'Condomínio'" << row(1, "CONDOMÍNIO") << false;
+        QTest::newRow("date range, last day")
+            << "Data Between #03/01/2026# And #03/31/2026#" << row(1, "a", 0, {}, "2026-03-31") << true;
+        QTest::newRow("date range, day after")
+            << "Data Between #03/01/2026# And #03/31/2026#" << row(1, "a", 0, {}, "2026-04-01") << false;
+        QTest::newRow("arithmetic") << "Preco * 2 = 1" << row(1, "a") << true;
+        QTest::newRow("division keeps the fraction") << "Codigo / 2 = 1.5" << row(3, "a") << true;
+        QTest::newRow("In") << "Codigo In (1, 3, 5)" << row(3, "a") << true;
+        QTest::newRow("parentheses") << "(Codigo = 1 Or Codigo = 2) And Nome = 'x'" << row(1, "y") << false;
+        QTest::newRow("And before Or") << "Codigo = 1 Or Codigo = 2 And Nome = 'x'" << row(1, "y") << true;
+        QTest::newRow("& joins text and number") << "Nome & Codigo = 'cdb9'" << row(9, "CDB") << true;
+        QTest::newRow("bracketed field, double quotes")
+            << "[Nome] = \"D'Avila\"" << row(1, "d'avila") << true;
+        QTest::newRow("trailing semicolon") << "Codigo = 4;" << row(4, "a") << true;
+    }
+
+    void matchesAsJet()
+    {
+        QFETCH(QString, text);
+        QFETCH(criteria::Row, values);
+        QFETCH(bool, matches);
+        QCOMPARE(criteria::compile(text, resolve)(values), matches);
+    }
+
+    void refusesWhatJetRefuses_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<int>("number");
+        QTest::newRow("apostrophe in a name") << "Nome = 'D'Avila'" << 3077;
+        QTest::newRow("quote-balanced apostrophes") << "Nome = 'D'Avila'x'" << 3077;
+        QTest::newRow("dangling And") << "Nome = 'x' AND" << 3077;
+        QTest::newRow("open parenthesis") << "(Codigo = 1" << 3077;
+        QTest::newRow("extra parenthesis") << "Codigo = 1)" << 3077;
+        QTest::newRow("empty") << "  " << 3077;
+        QTest::newRow("two values") << "Nome = 'a' 'b'" << 3077;
+        QTest::newRow("doubled operator") << "Codigo == 1" << 3077;
+        QTest::newRow("unclosed set") << "Nome Like '[ab'" << 3077;
+        QTest::newRow("impossible date") << "Data = #13/45/2026#" << 3077;
+        QTest::newRow("unknown field") << "Desconhecido = 1" << 3070;
+        QTest::newRow("text against a number") << "Nome = 5" << 3464;
+    }
+
+    void refusesWhatJetRefuses()
+    {
+        QFETCH(QString, text);
+        QFETCH(int, number);
+        try {
+            criteria::compile(text, resolve)(row(1, "abc"));
+            QFAIL("no error");
+        } catch (const JetError& error) {
+            QCOMPARE(error.number(), number);
+        }
+    }
+
+    void recognisesIndexFinds_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<qint64>("number");
+        QTest::newRow("code") << "Codigo = 17"
+                              << "Codigo" << qint64(17);
+        QTest::newRow("joined code") << "NivelCategoria4.Codigo = 5"
+                                     << "NivelCategoria4.Codigo" << qint64(5);
+        QTest::newRow("negative, semicolon") << "[Codigo] = -3;"
+                                             << "Codigo" << qint64(-3);
+        QTest::newRow("two conditions") << "Codigo = 17 AND Marca = True"
+                                        << "" << qint64(0);
+        QTest::newRow("fraction") << "Codigo = 1.5"
+                                  << "" << qint64(0);
+        QTest::newRow("text") << "Nome = '17'"
+                              << "" << qint64(0);
+        QTest::newRow("reversed") << "17 = Codigo"
+                                  << "" << qint64(0);
+        QTest::newRow("other operator") << "Codigo > 17"
+                                        << "" << qint64(0);
+    }
+
+    void recognisesIndexFinds()
+    {
+        QFETCH(QString, text);
+        QFETCH(QString, field);
+        QFETCH(qint64, number);
+        const auto found = criteria::fieldEqualsNumber(text);
+        QCOMPARE(found.has_value(), !field.isEmpty());
+        if (found) {
+            QCOMPARE(found->field, field);
+            QCOMPARE(found->number, number);
+        }
+    }
+
+    // A find and a statement must agree on the rows of the same condition.
+    void agreesWithTheDatabase_data()
+    {
+        QTest::addColumn<QString>("condition");
+        QTest::newRow("Like, accented capital") << "Nome Like '*ÃO*'";
+        QTest::newRow("greater, accented") << "Nome > 'condomínio'";
+        QTest::newRow("equal, other case") << "Nome = 'PÃO FRANCÊS'";
+        QTest::newRow("booleans and numbers") << "Marca = False AND CodigoProduto <> 0";
+        QTest::newRow("negated set") << "Nome Not Like '[a-c]*'";
+        QTest::newRow("In or less") << "Codigo In (1, 2) Or Nome < 'B'";
+        QTest::newRow("concatenation") << "Nome & Codigo Like '*1'";
+        QTest::newRow("division") << "Codigo / 4 > 1.5";
+    }
+
+    void agreesWithTheDatabase()
+    {
+        QFETCH(QString, condition);
+        varemo::test::TestCompany company;
+        QSqlDatabase db = company.sql();
+        dialect::install(db);
+        const dialect::Catalog catalog = dialect::readCatalog(db);
+        const auto codes = [&](const QString& jet) {
+            QSqlQuery query(db);
+            if (!query.exec(dialect::translate(jet, catalog).sql))
+                qFatal("%s", qPrintable(query.lastError().text()));
+            return query;
+        };
+        QSqlQuery all = codes(QStringLiteral("SELECT * FROM NivelCategoria4 ORDER BY Codigo"));
+        QStringList names;
+        for (int i = 0; i < all.record().count(); ++i)
+            names << all.record().fieldName(i);
+        const criteria::Predicate matches = criteria::compile(
+            condition, [&](const QString& field) { return static_cast<int>(names.indexOf(field)); });
+        QList<qint64> found;
+        while (all.next()) {
+            criteria::Row values;
+            for (int i = 0; i < names.size(); ++i)
+                values << all.value(i);
+            if (matches(values))
+                found << values[0].toLongLong();
+        }
+        QSqlQuery selected = codes(QStringLiteral("SELECT Codigo FROM NivelCategoria4 WHERE ") + condition
+            + QStringLiteral(" ORDER BY Codigo"));
+        QList<qint64> expected;
+        while (selected.next())
+            expected << selected.value(0).toLongLong();
+        QCOMPARE(found, expected);
+        QVERIFY(!expected.isEmpty() && expected.size() < 9);
+    }
+};
+
+VAREMO_TEST(TestCriteria);
+#include "test_criteria.moc"
