@@ -5,6 +5,7 @@
 
 #include <QSqlDatabase>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
 #include <functional>
@@ -22,6 +23,8 @@ public:
     // Opens an existing company file shared and read-write. A file that is not a
     // database, or is damaged, fails with 3049; a missing one with another number.
     static std::unique_ptr<Database> open(const QString& path);
+    // The same with another wait for locks (tests use a short one).
+    static std::unique_ptr<Database> open(const QString& path, int busyTimeoutMs);
 
     ~Database();
     Database(const Database&) = delete;
@@ -30,12 +33,16 @@ public:
     // Runs an action statement (INSERT, UPDATE, DELETE); returns the rows it touched.
     int execute(const QString& jetText);
     // A table name or a SELECT text.
-    std::unique_ptr<Recordset> openRecordset(const QString& source,
-                                             RecordsetType type = RecordsetType::Dynaset);
+    std::unique_ptr<Recordset> openRecordset(
+        const QString& source, RecordsetType type = RecordsetType::Dynaset);
     // The first column of the first row, or a null QVariant.
     QVariant scalar(const QString& jetText);
 
     bool hasTable(const QString& name) const;
+    // Walks every page of these tables and their indexes: a damaged one fails with 3049
+    // now rather than halfway through a later action.
+    void checkTables(const QStringList& tables);
+    void setBusyTimeout(int milliseconds);
     bool isOpen() const;
     void close();
     const QString& path() const { return m_path; }

@@ -34,6 +34,8 @@ public:
     void setAbsolutePosition(int position);
     Bookmark bookmark() const;
     void setBookmark(Bookmark bookmark);
+    // The bookmark of the row last added or changed by update().
+    Bookmark lastModified() const;
 
     // Criteria in Jet's text ("Nome = 'Pães' And CodigoCategoria2 = 7"); parsed once.
     bool findFirst(const QString& criteria);
@@ -47,6 +49,10 @@ public:
     QVariant operator[](const QString& field) const { return value(field); }
     void setValue(const QString& field, const QVariant& value);
     QStringList fieldNames() const;
+    // For readers that walk every row at once (tree, selectors, report feeds): the
+    // column of a field name (-1 when there is none) and the rows in order.
+    int fieldIndex(const QString& field) const;
+    const QList<QList<QVariant>>& rows() const;
 
     EditMode editMode() const;
     void addNew();

@@ -1,0 +1,58 @@
+#pragma once
+
+// The engine side of Database, shared with Recordset only: statements go to SQLite's own
+// API (not through QSqlQuery) so that rows load without a QSqlRecord per row and every
+// failure keeps SQLite's exact result code for the Jet number.
+
+#include "data/database.h"
+#include "data/dialect.h"
+
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+#include <vector>
+
+struct sqlite3;
+
+namespace varemo {
+
+using Row = QList<QVariant>;
+
+// The rows of one query, with what is known of each result column.
+struct QueryResult {
+    QStringList names; // SQLite's names of the result columns
+    QStringList origins; // the table field each column reads, empty for a computed one
+    QStringList tables; // the table of each origin
+    QList<Row> rows;
+};
+
+struct Database::Private {
+    Database* owner = nullptr;
+    sqlite3* handle = nullptr;
+    dialect::Catalog catalog;
+    std::vector<Recordset*> recordsets;
+    // Recordsets written inside the running transaction: they go back to their rows
+    // as they were before it when it is abandoned.
+    std::vector<Recordset*> touched;
+    // An inner unit of work ended without commit: the whole action must not commit.
+    bool doomed = false;
+
+    QueryResult query(
+        const QString& sql, const Row& parameters, const QString& original, bool firstRowOnly = false);
+    // Runs a statement that returns no rows; the rows it changed.
+    int run(const QString& sql, const Row& parameters = {}, const QString& original = {});
+    qint64 lastInsertRowid() const;
+    [[noreturn]] void fail(const QString& original) const;
+    void checkOpen() const;
+    dialect::Translation translate(const QString& jetText) const;
+
+    void noteWrite(Recordset* recordset);
+    void forget(Recordset* recordset);
+    // Rolls the transaction back and puts the written recordsets back as they were.
+    void abandon() noexcept;
+    // The transaction is in the file: the written recordsets keep their rows.
+    void committed();
+};
+
+} // namespace varemo

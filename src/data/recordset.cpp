@@ -1,0 +1,616 @@
+#include "data/recordset.h"
+
+#include "data/recordset_p.h"
+
+namespace varemo {
+
+namespace {
+
+JetError noCurrentRecord()
+{
+    return JetError(jet::NoCurrentRecord, QStringLiteral("Nenhum registro atual."));
+}
+
+JetError recordDeleted()
+{
+    return JetError(3167, QStringLiteral("O registro foi excluído."));
+}
+
+JetError withoutEdit()
+{
+    return JetError(jet::UpdateWithoutEdit,
+        QStringLiteral("Atualização ou CancelarAtualização sem AdicionarNovo ou Editar."));
+}
+
+QString quoted(const QString& name)
+{
+    QString text = name;
+    text.replace(QLatin1Char('"'), QLatin1String("\"\""));
+    return QLatin1Char('"') + text + QLatin1Char('"');
+}
+
+} // namespace
+
+void Recordset::Private::checkOpen() const
+{
+    if (!open || !database)
+        throw JetError(jet::ObjectClosed, QStringLiteral("O objeto é inválido ou não está mais definido."));
+}
+
+bool Recordset::Private::atBof() const
+{
+    return rows.isEmpty() || pos < 0;
+}
+
+bool Recordset::Private::atEof() const
+{
+    return rows.isEmpty() || pos >= rows.size();
+}
+
+int Recordset::Private::current() const
+{
+    checkOpen();
+    if (deletedCurrent)
+        throw recordDeleted();
+    if (atBof() || atEof())
+        throw noCurrentRecord();
+    return pos;
+}
+
+// Moving to another record drops an edit not yet stored, as DAO does.
+void Recordset::Private::go(int index)
+{
+    pos = index;
+    deletedCurrent = false;
+    mode = EditMode::None;
+    buffer.clear();
+}
+
+int Recordset::Private::column(const QString& field) const
+{
+    const int index = byName.value(field.toLower(), -1);
+    if (index < 0)
+        throw JetError(jet::ItemNotFound, QStringLiteral("Item não encontrado nesta coleção."));
+    return index;
+}
+
+void Recordset::Private::checkUpdatable() const
+{
+    checkOpen();
+    if (!updatable)
+        throw JetError(jet::NotUpdatable,
+            QStringLiteral("Não é possível atualizar. O banco de dados ou o objeto é somente leitura."));
+}
+
+QString Recordset::Private::writableField(int index) const
+{
+    const QString& field = writableFields.at(index);
+    if (field.isEmpty())
+        throw JetError(3164, QStringLiteral("O campo não pode ser atualizado."));
+    return field;
+}
+
+namespace {
+
+bool wholeNumber(const QVariant& value)
+{
+    return value.typeId() == QMetaType::LongLong;
+}
+
+} // namespace
+
+// The stored row as the recordset shows it: the base table's fields read by rowid, and
+// any computed column through the recordset's own query.
+Row Recordset::Private::fetch(qint64 rowid)
+{
+    Database::Private& engine = *database->d;
+    QStringList stored;
+    bool computed = false;
+    for (const QString& field : writableFields) {
+        if (field.isEmpty())
+            computed = true;
+        else
+            stored << quoted(field);
+    }
+    Row row(fields.size());
+    if (!stored.isEmpty()) {
+        const QueryResult result
+            = engine.query(QStringLiteral("SELECT %1 FROM %2 WHERE rowid = ?")
+                               .arg(stored.join(QLatin1String(", ")), quoted(translation.baseTable)),
+                {QVariant(rowid)}, {}, true);
+        if (result.rows.isEmpty())
+            throw recordDeleted();
+        int at = 0;
+        for (int c = 0; c < fields.size(); ++c) {
+            if (!writableFields.at(c).isEmpty())
+                row[c] = result.rows.first().at(at++);
+        }
+    }
+    if (computed) {
+        QString sql = translation.sql.trimmed();
+        while (sql.endsWith(QLatin1Char(';')))
+            sql.chop(1);
+        const QueryResult result = engine.query(
+            QStringLiteral("SELECT * FROM (%1) WHERE %2 = ?").arg(sql, quoted(translation.rowidColumn)),
+            {QVariant(rowid)}, {}, true);
+        for (int c = 0; c < fields.size(); ++c) {
+            if (writableFields.at(c).isEmpty() && !result.rows.isEmpty())
+                row[c] = result.rows.first().at(c);
+        }
+    }
+    return row;
+}
+
+void Recordset::Private::indexAppended(const Row& row, int position)
+{
+    for (auto it = valueIndex.begin(); it != valueIndex.end(); ++it) {
+        if (!it.value())
+            continue;
+        const QVariant& value = row.at(it.key());
+        if (!value.isValid())
+            continue;
+        if (!wholeNumber(value))
+            it.value().reset();
+        else if (!it.value()->contains(value.toLongLong()))
+            it.value()->insert(value.toLongLong(), position);
+    }
+}
+
+const criteria::Predicate& Recordset::Private::predicate(const QString& text)
+{
+    auto it = predicates.find(text);
+    if (it == predicates.end()) {
+        criteria::Predicate compiled = criteria::compile(
+            text, [this](const QString& field) { return byName.value(field.toLower(), -1); });
+        it = predicates.insert(text, std::move(compiled));
+    }
+    return it.value();
+}
+
+// Scans from `from` towards `to` (inclusive, either direction). A find that fails
+// leaves the current record where it was.
+bool Recordset::Private::find(const QString& text, int from, int to)
+{
+    checkOpen();
+    const criteria::Predicate& matches = predicate(text);
+    const int step = from <= to ? 1 : -1;
+    if (!rows.isEmpty() && from >= 0 && from < rows.size()) {
+        for (int i = from; i != to + step; i += step) {
+            if (i < 0 || i >= rows.size())
+                break;
+            if (matches(rows.at(i))) {
+                go(i);
+                noMatch = false;
+                return true;
+            }
+        }
+    }
+    noMatch = true;
+    return false;
+}
+
+// The first row where a whole-number column equals the number, from the column's index;
+// nullopt when the index cannot answer (then the criteria are scanned).
+std::optional<int> Recordset::Private::indexedFirst(const QString& text)
+{
+    const std::optional<criteria::FieldEqualsNumber> equals = criteria::fieldEqualsNumber(text);
+    if (!equals)
+        return std::nullopt;
+    const int c = byName.value(equals->field.toLower(), -1);
+    if (c < 0)
+        return std::nullopt;
+    auto it = valueIndex.find(c);
+    if (it == valueIndex.end()) {
+        QHash<qint64, int> index;
+        bool usable = true;
+        index.reserve(rows.size());
+        for (int i = 0; i < rows.size() && usable; ++i) {
+            const QVariant& value = rows.at(i).at(c);
+            if (!value.isValid())
+                continue;
+            if (!wholeNumber(value))
+                usable = false;
+            else if (!index.contains(value.toLongLong()))
+                index.insert(value.toLongLong(), i);
+        }
+        it = valueIndex.insert(
+            c, usable ? std::optional<QHash<qint64, int>>(std::move(index)) : std::nullopt);
+    }
+    if (!it.value())
+        return std::nullopt;
+    return it.value()->value(equals->number, -1);
+}
+
+// --- loading ------------------------------------------------------------------------
+
+void Recordset::Private::load()
+{
+    Database::Private& engine = *database->d;
+    QueryResult result = engine.query(translation.sql, {}, source);
+    const bool withRowid = !translation.rowidColumn.isEmpty();
+    const int width = static_cast<int>(result.names.size()) - (withRowid ? 1 : 0);
+    if (fields.isEmpty()) {
+        fields = translation.columns.isEmpty() ? result.names.mid(0, width) : translation.columns;
+        if (fields.size() != width)
+            throw StorageBug("the translated query's columns do not match its names");
+        for (int c = 0; c < width; ++c) {
+            const QString name = fields.at(c).toLower();
+            byName.insert(name, c);
+            const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+            // A joined "Table.Field" is also reachable as "Field" (the first one wins);
+            // a one-table "Field" also as "Table.Field".
+            if (dot >= 0 && !byName.contains(name.mid(dot + 1)))
+                byName.insert(name.mid(dot + 1), c);
+            if (dot < 0 && !translation.baseTable.isEmpty())
+                byName.insert(translation.baseTable.toLower() + QLatin1Char('.') + name, c);
+            const bool ours = result.tables.at(c).compare(translation.baseTable, Qt::CaseInsensitive) == 0;
+            writableFields << (ours ? result.origins.at(c) : QString());
+        }
+        updatable = !translation.baseTable.isEmpty() && withRowid && type != RecordsetType::Snapshot;
+    }
+    ids.clear();
+    ids.reserve(result.rows.size());
+    if (withRowid) {
+        for (Row& row : result.rows) {
+            ids.append(row.last().toLongLong());
+            row.removeLast();
+        }
+    } else {
+        for (qint64 i = 1; i <= result.rows.size(); ++i)
+            ids.append(i);
+    }
+    rows = std::move(result.rows);
+    changed();
+    pos = 0;
+    deletedCurrent = false;
+    mode = EditMode::None;
+    buffer.clear();
+}
+
+void Recordset::Private::changed()
+{
+    positions.reset();
+    valueIndex.clear();
+}
+
+void Recordset::Private::takeSnapshot()
+{
+    snapshot = Snapshot {rows, ids, pos, deletedCurrent};
+}
+
+void Recordset::Private::restoreSnapshot()
+{
+    if (!snapshot)
+        return;
+    if (open) {
+        rows = std::move(snapshot->rows);
+        ids = std::move(snapshot->ids);
+        pos = snapshot->pos;
+        deletedCurrent = snapshot->deletedCurrent;
+        mode = EditMode::None;
+        buffer.clear();
+        changed();
+    }
+    snapshot.reset();
+}
+
+Recordset::Recordset(Database& database, const QString& source, RecordsetType type)
+    : d(std::make_unique<Private>())
+{
+    d->database = &database;
+    d->source = source;
+    d->type = type;
+    d->translation = database.d->translate(source);
+    if (!d->translation.returnsRows)
+        throw dialect::syntaxErrorInQuery(source);
+    d->load();
+}
+
+Recordset::~Recordset()
+{
+    if (d->database)
+        d->database->d->forget(this);
+}
+
+// --- position -----------------------------------------------------------------------
+
+int Recordset::recordCount() const
+{
+    return static_cast<int>(d->rows.size());
+}
+
+bool Recordset::bof() const
+{
+    return d->atBof();
+}
+
+bool Recordset::eof() const
+{
+    return d->atEof();
+}
+
+void Recordset::moveFirst()
+{
+    d->checkOpen();
+    if (d->rows.isEmpty())
+        throw noCurrentRecord();
+    d->go(0);
+}
+
+void Recordset::moveLast()
+{
+    d->checkOpen();
+    if (d->rows.isEmpty())
+        throw noCurrentRecord();
+    d->go(static_cast<int>(d->rows.size()) - 1);
+}
+
+void Recordset::moveNext()
+{
+    d->checkOpen();
+    if (d->deletedCurrent) {
+        d->go(d->pos); // the row after the deleted one now stands here (or EOF)
+        return;
+    }
+    if (d->atEof())
+        throw noCurrentRecord();
+    d->go(d->pos + 1);
+}
+
+void Recordset::movePrevious()
+{
+    d->checkOpen();
+    if (d->atBof() && !d->deletedCurrent)
+        throw noCurrentRecord();
+    d->go(d->pos - 1);
+}
+
+int Recordset::absolutePosition() const
+{
+    if (d->atBof() || d->atEof() || d->deletedCurrent)
+        return -1;
+    return d->pos;
+}
+
+void Recordset::setAbsolutePosition(int position)
+{
+    d->checkOpen();
+    if (position < 0 || position >= d->rows.size())
+        throw JetError(3001, QStringLiteral("Argumento inválido."));
+    d->go(position);
+}
+
+Recordset::Bookmark Recordset::bookmark() const
+{
+    return d->ids.at(d->current());
+}
+
+void Recordset::setBookmark(Bookmark bookmark)
+{
+    d->checkOpen();
+    if (!d->positions) {
+        QHash<qint64, int> positions;
+        positions.reserve(d->ids.size());
+        for (int i = 0; i < d->ids.size(); ++i)
+            positions.insert(d->ids.at(i), i);
+        d->positions = std::move(positions);
+    }
+    const int index = d->positions->value(bookmark, -1);
+    if (index < 0)
+        throw JetError(3159, QStringLiteral("Indicador inválido."));
+    d->go(index);
+}
+
+Recordset::Bookmark Recordset::lastModified() const
+{
+    return d->lastModified;
+}
+
+// --- finds --------------------------------------------------------------------------
+
+bool Recordset::findFirst(const QString& criteria)
+{
+    d->checkOpen();
+    if (const std::optional<int> found = d->indexedFirst(criteria)) {
+        // Same answer as the scan: the first row in order whose field equals the number.
+        d->noMatch = *found < 0;
+        if (*found >= 0)
+            d->go(*found);
+        return *found >= 0;
+    }
+    return d->find(criteria, 0, static_cast<int>(d->rows.size()) - 1);
+}
+
+bool Recordset::findLast(const QString& criteria)
+{
+    return d->find(criteria, static_cast<int>(d->rows.size()) - 1, 0);
+}
+
+bool Recordset::findNext(const QString& criteria)
+{
+    const int start = d->atBof() ? 0 : (d->deletedCurrent ? d->pos : d->pos + 1);
+    return d->find(criteria, start, static_cast<int>(d->rows.size()) - 1);
+}
+
+bool Recordset::findPrevious(const QString& criteria)
+{
+    const int start = d->atEof() ? static_cast<int>(d->rows.size()) - 1 : d->pos - 1;
+    return d->find(criteria, start, 0);
+}
+
+bool Recordset::noMatch() const
+{
+    return d->noMatch;
+}
+
+// --- fields -------------------------------------------------------------------------
+
+QVariant Recordset::value(const QString& field) const
+{
+    d->checkOpen();
+    const int index = d->column(field);
+    if (d->mode != EditMode::None) {
+        const auto it = d->buffer.constFind(index);
+        if (it != d->buffer.cend())
+            return it.value();
+        if (d->mode == EditMode::Add)
+            return {};
+    }
+    return d->rows.at(d->current()).at(index);
+}
+
+void Recordset::setValue(const QString& field, const QVariant& value)
+{
+    d->checkOpen();
+    const int index = d->column(field);
+    if (d->mode == EditMode::None)
+        throw withoutEdit();
+    d->writableField(index);
+    d->buffer.insert(index, value);
+}
+
+QStringList Recordset::fieldNames() const
+{
+    return d->fields;
+}
+
+int Recordset::fieldIndex(const QString& field) const
+{
+    return d->byName.value(field.toLower(), -1);
+}
+
+const QList<QList<QVariant>>& Recordset::rows() const
+{
+    return d->rows;
+}
+
+// --- editing ------------------------------------------------------------------------
+
+EditMode Recordset::editMode() const
+{
+    return d->mode;
+}
+
+void Recordset::addNew()
+{
+    d->checkUpdatable();
+    d->mode = EditMode::Add;
+    d->buffer.clear();
+}
+
+void Recordset::edit()
+{
+    d->checkUpdatable();
+    d->current();
+    d->mode = EditMode::Edit;
+    d->buffer.clear();
+}
+
+void Recordset::update()
+{
+    d->checkOpen();
+    if (d->mode == EditMode::None)
+        throw withoutEdit();
+    Database::Private& engine = *d->database->d;
+    const QString table = quoted(d->translation.baseTable);
+    QStringList names;
+    Row values;
+    for (auto it = d->buffer.cbegin(); it != d->buffer.cend(); ++it) {
+        names << quoted(d->writableField(it.key()));
+        values << it.value();
+    }
+    if (d->mode == EditMode::Add) {
+        engine.noteWrite(this);
+        if (names.isEmpty()) {
+            engine.run(QStringLiteral("INSERT INTO %1 DEFAULT VALUES").arg(table));
+        } else {
+            const QString marks = QStringLiteral("?, ").repeated(names.size()).chopped(2);
+            engine.run(QStringLiteral("INSERT INTO %1 (%2) VALUES (%3)")
+                           .arg(table, names.join(QLatin1String(", ")), marks),
+                values);
+        }
+        const qint64 rowid = engine.lastInsertRowid();
+        const Row row = d->fetch(rowid);
+        // The record current before AddNew stays current; at EOF it stays EOF.
+        const bool wasAtEof = d->pos >= d->rows.size() && !d->deletedCurrent;
+        d->rows.append(row);
+        d->ids.append(rowid);
+        if (wasAtEof)
+            ++d->pos;
+        if (d->positions)
+            d->positions->insert(rowid, static_cast<int>(d->rows.size()) - 1);
+        d->indexAppended(row, static_cast<int>(d->rows.size()) - 1);
+        d->lastModified = rowid;
+    } else {
+        const int index = d->current();
+        const qint64 rowid = d->ids.at(index);
+        if (!names.isEmpty()) {
+            engine.noteWrite(this);
+            values << QVariant(rowid);
+            engine.run(QStringLiteral("UPDATE %1 SET %2 = ? WHERE rowid = ?")
+                           .arg(table, names.join(QLatin1String(" = ?, "))),
+                values);
+        }
+        const Row after = d->fetch(rowid);
+        const Row& before = d->rows.at(index);
+        // Only the indexes of columns whose value changed are dropped (a search rewrites
+        // thousands of rows found by an unchanged code).
+        for (auto it = d->valueIndex.begin(); it != d->valueIndex.end();) {
+            if (before.at(it.key()) != after.at(it.key()))
+                it = d->valueIndex.erase(it);
+            else
+                ++it;
+        }
+        d->rows[index] = after;
+        d->lastModified = rowid;
+    }
+    d->mode = EditMode::None;
+    d->buffer.clear();
+}
+
+void Recordset::cancelUpdate()
+{
+    d->mode = EditMode::None;
+    d->buffer.clear();
+}
+
+void Recordset::deleteCurrent()
+{
+    d->checkUpdatable();
+    const int index = d->current();
+    const qint64 rowid = d->ids.at(index);
+    Database::Private& engine = *d->database->d;
+    engine.noteWrite(this);
+    engine.run(QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(quoted(d->translation.baseTable)),
+        {QVariant(rowid)});
+    d->rows.removeAt(index);
+    d->ids.removeAt(index);
+    d->changed();
+    // The deleted row stays current, unreadable, until the next move.
+    d->deletedCurrent = true;
+    d->mode = EditMode::None;
+    d->buffer.clear();
+}
+
+void Recordset::requery()
+{
+    d->checkOpen();
+    d->load();
+}
+
+void Recordset::close()
+{
+    d->open = false;
+    d->rows.clear();
+    d->ids.clear();
+    d->changed();
+    d->mode = EditMode::None;
+    d->buffer.clear();
+}
+
+bool Recordset::isOpen() const
+{
+    return d->open && d->database;
+}
+
+} // namespace varemo

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "data/criteria.h"
+#include "data/database_p.h"
+#include "data/dialect.h"
+#include "data/recordset.h"
+
+#include <QHash>
+#include <QMap>
+
+#include <optional>
+
+namespace varemo {
+
+struct Recordset::Private {
+    Database* database = nullptr; // null once the database is gone
+    QString source;
+    RecordsetType type = RecordsetType::Dynaset;
+    dialect::Translation translation;
+    QStringList fields;
+    QHash<QString, int> byName; // lower-cased "Field" and "Table.Field"
+    QStringList writableFields; // the base table's field behind each column, or empty
+    bool updatable = false;
+    bool open = true;
+
+    QList<Row> rows;
+    QList<qint64> ids; // bookmark of each row: its rowid, or its place when there is none
+    std::optional<QHash<qint64, int>> positions;
+    int pos = 0;
+    bool deletedCurrent = false;
+
+    EditMode mode = EditMode::None;
+    QMap<int, QVariant> buffer;
+    qint64 lastModified = 0;
+    bool noMatch = false;
+
+    QHash<QString, criteria::Predicate> predicates;
+    // "Field = number" answered by value -> first row; nullopt when the column holds
+    // something else than whole numbers (those compare by Jet's rules: scan instead).
+    QHash<int, std::optional<QHash<qint64, int>>> valueIndex;
+
+    struct Snapshot {
+        QList<Row> rows;
+        QList<qint64> ids;
+        int pos = 0;
+        bool deletedCurrent = false;
+    };
+    std::optional<Snapshot> snapshot;
+
+    void checkOpen() const;
+    void checkUpdatable() const;
+    bool atBof() const;
+    bool atEof() const;
+    int current() const;
+    void go(int index);
+    int column(const QString& field) const;
+    QString writableField(int index) const;
+    Row fetch(qint64 rowid);
+    void indexAppended(const Row& row, int position);
+    const criteria::Predicate& predicate(const QString& text);
+    bool find(const QString& text, int from, int to);
+    std::optional<int> indexedFirst(const QString& text);
+
+    void load();
+    void changed();
+    void takeSnapshot();
+    void restoreSnapshot();
+    void dropSnapshot() { snapshot.reset(); }
+};
+
+} // namespace varemo
