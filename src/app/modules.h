@@ -10,7 +10,7 @@ namespace varemo {
 // number 2. The program file sits in the program folder beside this executable.
 struct SiblingModule {
     int number;
-    QString program;     // file name in the program folder
+    QString program; // file name in the program folder
     QString displayName; // as the menu and its tooltip name it
 };
 
@@ -19,7 +19,7 @@ inline constexpr int ModuleCount = 10;
 
 inline const std::array<SiblingModule, ModuleCount>& siblingModules()
 {
-    static const std::array<SiblingModule, ModuleCount> modules{{
+    static const std::array<SiblingModule, ModuleCount> modules {{
         {1, QStringLiteral("Estoque"), QStringLiteral("Cadastro de Produtos e Estoque")},
         {2, QStringLiteral("Contas"), QStringLiteral("Plano de Contas")},
         {3, QStringLiteral("Vendas"), QStringLiteral("Módulo de Vendas")},

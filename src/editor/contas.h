@@ -1,13 +1,37 @@
 #pragma once
 
+#include "data/recordset.h"
+
+#include <QHash>
 #include <QMainWindow>
+#include <QString>
+
+#include <array>
+#include <memory>
+
+class QAction;
+class QCloseEvent;
+class QGroupBox;
+class QKeyEvent;
+class QLabel;
+class QListWidget;
+class QMenu;
+class QPushButton;
+class QTabWidget;
+class QToolBar;
+class QTreeWidget;
+class QTreeWidgetItem;
 
 namespace varemo {
 
 struct AppState;
+class Database;
 class Desktop;
+class Selector;
+class StatusBar;
 
-// The main window: the chart-of-accounts editor.
+// The main window: the chart-of-accounts editor. Controls and editor state are public
+// under the names the rest of the program and its tests use.
 class Contas : public QMainWindow {
     Q_OBJECT
 public:
@@ -20,6 +44,115 @@ public:
     // Closing: placement, recordsets, other windows, database, the chosen sibling module.
     // Runs once; the window is hidden, never deleted by itself.
     void Form_Unload();
+    // Escape and F1; returns true when the key was acted on.
+    bool Form_KeyDown(int qtKey);
+
+    // Commands: every tool is a QAction named by its key.
+    void tool_click(const QString& key);
+    // The tooltip of a key, also written to the status bar when not empty.
+    QString tooltip_for(const QString& key);
+    // Enables the tools for "Visualizar", "Inserir" or "Alterar".
+    void MenuBotao(const QString& mode);
+    QAction* action(const QString& key) const;
+    QMenu* menu(const QString& key) const;
+    // Browsing shows "Barra1"; a record open for change shows "Barra2".
+    void setBands(bool browsing);
+
+    // Ends an insert or edit: 0 saves, 1 cancels.
+    void Salvar(int cancelar);
+
+    // Tree and selectors.
+    void CarregaArvore();
+    void PreencherCombo(int level);
+    void Combo_Click(int index);
+    void MostraMarcas(qint32 reportCode);
+    QTreeWidgetItem* node(const QString& key) const;
+    void Arvore_NodeClick(QTreeWidgetItem* item);
+
+    // Browsing.
+    void Movimento_Click(int index);
+    void MoveFiltro_Click(int index);
+
+    // The list of saved reports.
+    bool reportsVisible() const;
+    void fillReportList();
+    void showReportList();
+    void hideReportList();
+    void Relatos_Click();
+    void BotaoVer_Click();
+
+    AppState& state() const { return m_state; }
+    // The open company database; a StorageBug when there is none.
+    Database& database() const;
+    Desktop& desktop() const { return m_desktop; }
+
+    // Controls.
+    QTreeWidget* Arvore = nullptr;
+    std::array<Selector*, 5> Combo {};
+    std::array<Selector*, 5> Texto {};
+    std::array<QLabel*, 5> TextoRotulo {};
+    std::array<QPushButton*, 6> Movimento {};
+    std::array<QPushButton*, 5> MoveFiltro {};
+    StatusBar* Status = nullptr;
+    QTabWidget* Pasta = nullptr;
+    QLabel* NovoRotulo = nullptr;
+    QGroupBox* RelatosPainel = nullptr;
+    QListWidget* Relatos = nullptr;
+    QPushButton* BotaoVer = nullptr;
+    QPushButton* BotaoFecharRelatos = nullptr;
+    QToolBar* Barra1 = nullptr;
+    QToolBar* Barra2 = nullptr;
+
+    // Editor state.
+    int NivelAtual = 4;
+    int PaginaAtiva = 0;
+    std::array<qint32, 2> TotalRegistros {};
+    std::array<QString, 5> TextoSalvo;
+    bool EmInclusao = false;
+    bool EmAlteracao = false;
+    bool Gravou = false;
+    qint32 CodigoGravado = 0;
+    qint32 CodigoProcurado = 0;
+    QString Modo;
+    qint32 CodigoRelatorio = 0; // the report chosen in Relatos, 0: none
+    QString NomeRelatorio;
+    QString helpFile;
+
+    // Data: one table per level, the browsed data sets of the two pages, a scratch set,
+    // the product lines and the items that have purchase lines.
+    std::array<std::unique_ptr<Recordset>, 5> Nivel;
+    std::array<std::unique_ptr<Recordset>, 2> Dados;
+    std::unique_ptr<Recordset> Rascunho;
+    std::unique_ptr<Recordset> Linhas;
+    std::unique_ptr<Recordset> CodEntradas;
+
+protected:
+    void closeEvent(QCloseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
+private:
+    void buildLayout();
+    void buildCommands();
+    void toolHovered(const QString& key);
+    void toolTriggered(const QString& key);
+    bool runShellCommand(const QString& key);
+    void applyArchiveMode();
+    void setFieldAccess();
+    void chooseModule(int number);
+    void closeWindow();
+    void showAbout();
+    void contextHelp();
+    void placeFromScreen();
+    void updateCaption();
+    void closeRecordsets();
+
+    AppState& m_state;
+    Desktop& m_desktop;
+    QHash<QString, QAction*> m_actions;
+    QHash<QString, QMenu*> m_menus;
+    QHash<QString, QTreeWidgetItem*> m_nodes;
+    bool m_unloaded = false;
 };
 
 } // namespace varemo

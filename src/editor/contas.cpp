@@ -1,0 +1,271 @@
+#include "editor/contas.h"
+
+#include "app/desktop.h"
+#include "app/errorlog.h"
+#include "app/modules.h"
+#include "app/state.h"
+#include "data/database.h"
+#include "editor/commands.h"
+#include "editor/tree.h"
+#include "editor/widgets.h"
+
+#include <QAction>
+#include <QCloseEvent>
+#include <QDialog>
+#include <QFileInfo>
+#include <QGuiApplication>
+#include <QKeyEvent>
+#include <QPushButton>
+#include <QScreen>
+#include <QTabWidget>
+#include <QTreeWidget>
+
+namespace varemo {
+
+namespace {
+
+const QString ArchiveSuffix = QStringLiteral("   [Arq. Mortos Carregados]");
+
+// Every product of every line, supplies first, as the purchase items choose them.
+QString linesQuery()
+{
+    return QStringLiteral("SELECT Linhas.CodigoLinha, Linhas.NomeLinha, Linhas.Insumo, Produtos.* ")
+        + QStringLiteral("FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = Produtos.CodigoLinha ")
+        + QStringLiteral(" ORDER BY Linhas.Insumo, Linhas.NomeLinha, Produtos.NomeProduto;");
+}
+
+// The items that have purchase lines of their own (not of a product).
+QString purchasedItemsQuery()
+{
+    return QStringLiteral("SELECT CompraProdutos.CodigoProduto, CompraProdutos.Produto ")
+        + QStringLiteral("FROM CompraProdutos WHERE Produto = False; ");
+}
+
+} // namespace
+
+Contas::Contas(AppState& state, Desktop& desktop, QWidget* parent)
+    : QMainWindow(parent)
+    , m_state(state)
+    , m_desktop(desktop)
+{
+    setObjectName(QStringLiteral("Contas"));
+    setWindowTitle(m_state.title);
+    buildLayout();
+    buildCommands();
+    Modo = commands::ModeView;
+}
+
+Contas::~Contas()
+{
+    // Recordsets must go before the database they read from.
+    closeRecordsets();
+}
+
+Database& Contas::database() const
+{
+    if (!m_state.database)
+        throw StorageBug("the main window needs an open company database");
+    return *m_state.database;
+}
+
+bool Contas::Form_Load()
+{
+    bool loaded = true;
+    try {
+        if (!m_desktop.restorePlacement(*this, m_state.title))
+            placeFromScreen();
+
+        const QString images = m_state.dataFolder + QStringLiteral("Imagens/");
+        const QString logo = images + QStringLiteral("logo.bmp");
+        m_state.logoPath = QFileInfo::exists(logo) ? logo : images + QStringLiteral("modelo.bmp");
+
+        Database& db = database();
+        {
+            const auto company = db.openRecordset(QStringLiteral("DadosEmpresa"), RecordsetType::Table);
+            m_state.archiveMode = !company->eof() && company->value(QStringLiteral("Morto")).toBool();
+            company->close();
+        }
+        updateCaption();
+
+        helpFile = m_state.programFolder + QStringLiteral("Ajuda/Contas.hlp");
+        EmInclusao = false;
+        EmAlteracao = false;
+        m_state.moduleToStart = 0;
+        action(QStringLiteral("ID_Modulo%1").arg(ThisModule))->setEnabled(false);
+
+        Pasta->setCurrentIndex(0);
+        m_state.sql = linesQuery();
+        Linhas = db.openRecordset(m_state.sql);
+        Status->setPanel(StatusBar::User, QStringLiteral("Usuário: ") + m_state.userName);
+
+        m_state.databasePath = m_state.dataFolder + QStringLiteral("Dados/empresa.mdb");
+        for (int level = 0; level < 5; ++level) {
+            Nivel[static_cast<std::size_t>(level)] = db.openRecordset(
+                QStringLiteral("NivelCategoria") + QString::number(level), RecordsetType::Table);
+        }
+        fillReportList();
+        m_state.sql = purchasedItemsQuery();
+        CodEntradas = db.openRecordset(m_state.sql);
+
+        CarregaArvore();
+        PreencherCombo(0);
+        NivelAtual = 4;
+        PaginaAtiva = 0;
+        MenuBotao(commands::ModeView);
+    } catch (const JetError& error) {
+        logError(m_state, m_desktop, rotina::AbrirPrograma, error.description(), error.number());
+        loaded = false;
+    }
+    applyArchiveMode();
+    // Set even after a failure: the splash waits for it and would otherwise never go.
+    m_state.mainWindowReady = true;
+    return loaded;
+}
+
+void Contas::updateCaption()
+{
+    QString caption = m_state.title;
+    if (!m_state.companyName.isEmpty())
+        caption += QStringLiteral(" - ") + m_state.companyName;
+    if (m_state.archiveMode)
+        caption += ArchiveSuffix;
+    setWindowTitle(caption);
+}
+
+void Contas::placeFromScreen()
+{
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (screen == nullptr) {
+        resize(1100, 720);
+        return;
+    }
+    const QRect area = screen->availableGeometry();
+    const int width = qMin(1200, area.width() * 85 / 100);
+    const int height = qMin(780, area.height() * 85 / 100);
+    setGeometry(
+        area.x() + (area.width() - width) / 2, area.y() + (area.height() - height) / 2, width, height);
+}
+
+void Contas::CarregaArvore()
+{
+    try {
+        TreeBuild build = buildTree(*Arvore, database());
+        m_nodes = std::move(build.nodes);
+        if (build.orphans > 0)
+            Status->setPanel(StatusBar::Message, orphansMessage(build.orphans));
+    } catch (const JetError& error) {
+        logError(m_state, m_desktop, rotina::TreeView, error.description(), error.number());
+    }
+}
+
+QTreeWidgetItem* Contas::node(const QString& key) const
+{
+    return m_nodes.value(key);
+}
+
+void Contas::MostraMarcas(qint32 reportCode)
+{
+    showMarks(Arvore->topLevelItem(0), database(), reportCode, m_state.sql);
+}
+
+void Contas::Arvore_NodeClick(QTreeWidgetItem* item)
+{
+    // Making the clicked row current belongs to the browsing of records.
+    Q_UNUSED(item);
+}
+
+void Contas::Movimento_Click(int index)
+{
+    Q_UNUSED(index);
+}
+
+void Contas::MoveFiltro_Click(int index)
+{
+    Q_UNUSED(index);
+}
+
+void Contas::Salvar(int cancelar)
+{
+    if (cancelar == 0)
+        return; // saving arrives with the save rules
+    Gravou = false;
+    EmInclusao = false;
+    EmAlteracao = false;
+    setBands(true);
+    MenuBotao(commands::ModeView);
+    if (PaginaAtiva == 1)
+        Texto[0]->setFocus();
+    else
+        Combo[0]->setFocus();
+}
+
+bool Contas::Form_KeyDown(int qtKey)
+{
+    if (qtKey == Qt::Key_Escape) {
+        if (EmInclusao || EmAlteracao) {
+            Salvar(1);
+            return true;
+        }
+        const int answer = m_desktop.msgbox(QStringLiteral("Quer sair do programa?"),
+            vb::YesNo + vb::Question + vb::DefaultButton2, QStringLiteral("Finalizando"));
+        if (answer == vb::Yes)
+            closeWindow();
+        return true;
+    }
+    if (qtKey == Qt::Key_F1) {
+        contextHelp();
+        return true;
+    }
+    return false;
+}
+
+void Contas::keyPressEvent(QKeyEvent* event)
+{
+    if (event->modifiers() == Qt::NoModifier && Form_KeyDown(event->key()))
+        return;
+    QMainWindow::keyPressEvent(event);
+}
+
+void Contas::closeEvent(QCloseEvent* event)
+{
+    Form_Unload();
+    event->accept();
+}
+
+void Contas::closeRecordsets()
+{
+    for (auto& level : Nivel)
+        level.reset();
+    for (auto& page : Dados)
+        page.reset();
+    Rascunho.reset();
+    Linhas.reset();
+    CodEntradas.reset();
+}
+
+void Contas::Form_Unload()
+{
+    if (m_unloaded)
+        return;
+    m_unloaded = true;
+    // Only a window that was shown has a placement worth keeping.
+    if (isVisible())
+        m_desktop.savePlacement(*this, m_state.title);
+    closeRecordsets();
+    for (QDialog* window : findChildren<QDialog*>()) {
+        if (window->isVisible())
+            window->close();
+    }
+    if (m_state.database) {
+        m_state.database->close();
+        m_state.database.reset();
+    }
+    hide();
+    const int module = m_state.moduleToStart;
+    if (module >= 1 && module <= ModuleCount) {
+        m_state.moduleToStart = 0;
+        m_desktop.startModule(module);
+    }
+}
+
+} // namespace varemo

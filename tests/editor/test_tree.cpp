@@ -1,0 +1,199 @@
+#include "contasfixture.h"
+#include "editor/tree.h"
+#include "editor/widgets.h"
+#include "support/testregistry.h"
+
+#include <QListWidget>
+#include <QSqlQuery>
+#include <QTest>
+#include <QTreeWidget>
+
+using varemo::test::LoadedContas;
+
+namespace {
+
+// key -> "name / parent key" for every node under the root.
+QMap<QString, QString> treeShape(QTreeWidgetItem* root)
+{
+    QMap<QString, QString> shape;
+    varemo::walkTree(root, [&shape, root](QTreeWidgetItem* node) {
+        if (node != root)
+            shape.insert(varemo::nodeKeyOf(node),
+                node->text(0) + QStringLiteral(" / ") + varemo::nodeKeyOf(node->parent()));
+    });
+    return shape;
+}
+
+// The same, read from the five level tables directly.
+QMap<QString, QString> tableShape(varemo::test::TestCompany& company)
+{
+    QMap<QString, QString> shape;
+    for (int level = 0; level < 5; ++level) {
+        const QString parent
+            = level == 0 ? QStringLiteral("NULL") : QStringLiteral("CodigoCategoria%1").arg(level - 1);
+        QSqlQuery query(company.sql());
+        if (!query.exec(
+                QStringLiteral("SELECT Codigo, Nome, %1 FROM NivelCategoria%2").arg(parent).arg(level)))
+            qFatal("cannot read level %d", level);
+        while (query.next()) {
+            const QString parentKey = level == 0
+                ? QStringLiteral("NI")
+                : query.value(2).toString() + QStringLiteral("N%1").arg(level - 1);
+            shape.insert(query.value(0).toString() + QStringLiteral("N%1").arg(level),
+                query.value(1).toString() + QStringLiteral(" / ") + parentKey);
+        }
+    }
+    company.closeSql();
+    return shape;
+}
+
+QStringList childNames(QTreeWidgetItem* node)
+{
+    QStringList names;
+    for (int i = 0; i < node->childCount(); ++i)
+        names << node->child(i)->text(0);
+    return names;
+}
+
+} // namespace
+
+class TestTree : public QObject {
+    Q_OBJECT
+
+private slots:
+    void loadBuildsTheWholeChartUnderTheRoot()
+    {
+        LoadedContas fx;
+        QVERIFY(fx.loaded);
+        QTreeWidget* tree = fx.window->Arvore;
+        QCOMPARE(tree->topLevelItemCount(), 1);
+        QTreeWidgetItem* root = tree->topLevelItem(0);
+        QCOMPARE(varemo::nodeKeyOf(root), QStringLiteral("NI"));
+        QCOMPARE(root->text(0), QStringLiteral("Despesas e Receitas"));
+        QVERIFY(root->isExpanded());
+        const QMap<QString, QString> shape = treeShape(root);
+        QCOMPARE(shape.size(), 3 + 4 + 6 + 7 + 9);
+        QCOMPARE(shape, tableShape(fx.company));
+        // Only the root is open, every node starts unmarked, and codes repeat across levels.
+        varemo::walkTree(root, [root](QTreeWidgetItem* node) {
+            QCOMPARE(node->isExpanded(), node == root);
+            QCOMPARE(varemo::nodeImage(node), QStringLiteral("Nenhum"));
+        });
+        QCOMPARE(fx.window->node(QStringLiteral("5N3"))->text(0), QStringLiteral("Aluguel e condomínio"));
+        QCOMPARE(fx.window->node(QStringLiteral("5N2"))->text(0), QStringLiteral("Ocupação"));
+    }
+
+    void siblingsAreInNameOrder_data()
+    {
+        QTest::addColumn<QStringList>("changes");
+        QTest::addColumn<QString>("parent");
+        QTest::addColumn<QStringList>("names");
+        QTest::newRow("categories") << QStringList() << QStringLiteral("NI")
+                                    << QStringList {QStringLiteral("Despesas"), QStringLiteral("Receitas"),
+                                           QStringLiteral("Vazia")};
+        QTest::newRow("accents and case")
+            << QStringList {QStringLiteral(
+                   "INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES (20, 'zelador', 5), "
+                   "(21, 'Água', 5), (22, 'Internet', 5)")}
+            << QStringLiteral("5N2")
+            << QStringList {QStringLiteral("Água"), QStringLiteral("Aluguel e condomínio"),
+                   QStringLiteral("Energia"), QStringLiteral("Internet"), QStringLiteral("zelador")};
+    }
+    void siblingsAreInNameOrder()
+    {
+        QFETCH(QStringList, changes);
+        QFETCH(QString, parent);
+        QFETCH(QStringList, names);
+        LoadedContas fx(changes);
+        QCOMPARE(childNames(fx.window->node(parent)), names);
+    }
+
+    void rowsWithoutParentStayOut_data()
+    {
+        QTest::addColumn<QStringList>("changes");
+        QTest::addColumn<int>("nodes");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("none") << QStringList() << 29 << QString();
+        QTest::newRow("no groups")
+            << QStringList {QStringLiteral("DELETE FROM NivelCategoria2")} << 7
+            << QStringLiteral("16 registro(s) sem nível superior cadastrado não aparecem na árvore");
+        QTest::newRow("no items") << QStringList {QStringLiteral("DELETE FROM NivelCategoria4")} << 20
+                                  << QString();
+        QTest::newRow("orphan chain") << QStringList {QStringLiteral(
+                                                          "INSERT INTO NivelCategoria2 (Codigo, Nome, "
+                                                          "CodigoCategoria1) VALUES (40, 'Órfão', 99)"),
+            QStringLiteral(
+                "INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES (40, 'Filha', 40)"),
+            QStringLiteral(
+                "INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0) VALUES (40, 'Sem pai', NULL)")}
+                                      << 29
+                                      << QStringLiteral("3 registro(s) sem nível superior cadastrado não "
+                                                        "aparecem na árvore");
+    }
+    void rowsWithoutParentStayOut()
+    {
+        QFETCH(QStringList, changes);
+        QFETCH(int, nodes);
+        QFETCH(QString, message);
+        LoadedContas fx(changes);
+        QVERIFY(fx.loaded);
+        QCOMPARE(treeShape(fx.window->Arvore->topLevelItem(0)).size(), nodes);
+        QCOMPARE(fx.window->Status->panelText(varemo::StatusBar::Message), message);
+    }
+
+    void savedReportMarksTheTree()
+    {
+        LoadedContas fx;
+        fx.window->MostraMarcas(1);
+        QMap<QString, QString> marked;
+        varemo::walkTree(fx.window->Arvore->topLevelItem(0), [&marked](QTreeWidgetItem* node) {
+            const QString image = varemo::nodeImage(node);
+            if (image != QStringLiteral("Nenhum"))
+                marked.insert(varemo::nodeKeyOf(node), image);
+        });
+        const QString all = QStringLiteral("Todos");
+        const QMap<QString, QString> expected
+            = {{QStringLiteral("2N0"), QStringLiteral("Alguns")}, {QStringLiteral("3N1"), all},
+                {QStringLiteral("5N2"), all}, {QStringLiteral("5N3"), all}, {QStringLiteral("6N3"), all},
+                {QStringLiteral("6N4"), all}, {QStringLiteral("7N4"), all}, {QStringLiteral("8N4"), all}};
+        QCOMPARE(marked, expected);
+        varemo::clearMarks(fx.window->Arvore->topLevelItem(0));
+        QCOMPARE(varemo::nodeImage(fx.window->node(QStringLiteral("2N0"))), QStringLiteral("Nenhum"));
+    }
+
+    void keysComeApart_data()
+    {
+        QTest::addColumn<QString>("key");
+        QTest::addColumn<int>("level");
+        QTest::addColumn<qlonglong>("code");
+        QTest::newRow("conta 17") << QStringLiteral("17N3") << 3 << 17LL;
+        QTest::newRow("long code") << QStringLiteral("123456N4") << 4 << 123456LL;
+        QTest::newRow("root") << QStringLiteral("NI") << -1 << 0LL;
+        QTest::newRow("level 5 is none") << QStringLiteral("7N5") << -1 << 7LL;
+    }
+    void keysComeApart()
+    {
+        QFETCH(QString, key);
+        QFETCH(int, level);
+        QFETCH(qlonglong, code);
+        QCOMPARE(varemo::keyLevel(key), level);
+        QCOMPARE(varemo::keyCode(key), code);
+        if (level >= 0)
+            QCOMPARE(varemo::nodeKey(code, level), key);
+    }
+
+    void loadFillsOnlyTheCategorySelector()
+    {
+        LoadedContas fx;
+        QCOMPARE(fx.window->Combo[0]->names(),
+            (QStringList {QStringLiteral("Despesas"), QStringLiteral("Receitas"), QStringLiteral("Vazia")}));
+        QCOMPARE(fx.window->Combo[0]->text(), QString());
+        for (int level = 1; level < 5; ++level)
+            QCOMPARE(fx.window->Combo[static_cast<std::size_t>(level)]->count(), 0);
+        QCOMPARE(fx.window->Relatos->count(), 1);
+        QCOMPARE(fx.window->Relatos->item(0)->text(), QStringLiteral("Resultado Mensal"));
+    }
+};
+
+VAREMO_TEST(TestTree);
+#include "test_tree.moc"
