@@ -305,17 +305,33 @@ void Translator::rewriteLike()
     }
 }
 
+// Whether the parenthesised list opening at `open` holds a text literal.
+bool Translator::listHoldsText(qsizetype open) const
+{
+    if (open >= m_tokens.size() || !m_tokens[open].isPunct('('))
+        return false;
+    int depth = 0;
+    for (qsizetype i = open; i < m_tokens.size(); ++i) {
+        if (m_tokens[i].isPunct('('))
+            ++depth;
+        else if (m_tokens[i].isPunct(')') && --depth == 0)
+            return false;
+        else if (m_tokens[i].kind == Kind::String)
+            return true;
+    }
+    return false;
+}
+
 // Text literals carry our collation, so that "=", "<", ">" and BETWEEN with them compare
-// as Jet does whatever collation the column was declared with; "x IN (...)" takes its
-// collation from x.
+// as Jet does whatever collation the column was declared with; "x IN ('a', ...)" takes
+// its collation from x (a list of numbers keeps x's index usable).
 void Translator::collateText()
 {
     for (qsizetype i = 0; i < m_tokens.size(); ++i) {
         Token& token = m_tokens[i];
         if (token.kind == Kind::String) {
             token = {Kind::Raw, token.text + Collate};
-        } else if (token.isWord("IN") && next(i + 1) < m_tokens.size()
-            && m_tokens[next(i + 1)].isPunct('(')) {
+        } else if (token.isWord("IN") && listHoldsText(next(i + 1))) {
             const qsizetype before = previous(i);
             const qsizetype leftEnd = before >= 0 && m_tokens[before].isWord("NOT") ? before : i;
             const qsizetype start = operandStart(leftEnd);

@@ -48,6 +48,7 @@ private:
     void rewriteLiterals();
     void rewriteConcatenation();
     void rewriteLike();
+    bool listHoldsText(qsizetype open) const;
     void collateText();
     void collateOrdering(const char* firstWord);
 
