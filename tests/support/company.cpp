@@ -1,15 +1,16 @@
 #include "support/company.h"
 
+#include "data/demo.h"
 #include "data/schema.h"
 
 #include <QDir>
-#include <QDirIterator>
 #include <QFile>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QTest>
 
 #include <atomic>
+#include <filesystem>
 
 namespace varemo::test {
 
@@ -85,17 +86,13 @@ void writeFile(const QString& path, const QByteArray& contents)
         qFatal("TestCompany: cannot write %s", qPrintable(path));
 }
 
+// Plain copies: QFile::copy flushes every file to disk, too slow for a fixture made per test.
 void copyTree(const QString& from, const QString& to)
 {
-    if (!QFileInfo(from).isDir())
-        return;
-    QDirIterator it(from, QDir::Files, QDirIterator::Subdirectories);
-    while (it.hasNext()) {
-        const QString source = it.next();
-        const QString target = to + QDir(from).relativeFilePath(source);
-        QDir().mkpath(QFileInfo(target).absolutePath());
-        QFile::copy(source, target);
-    }
+    std::error_code error;
+    std::filesystem::copy(std::filesystem::path(from.toStdU16String()),
+        std::filesystem::path(to.toStdU16String()),
+        std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing, error);
 }
 
 void seedDatabase(const QString& path, const char* seedSql)
@@ -106,6 +103,7 @@ void seedDatabase(const QString& path, const char* seedSql)
         db.setDatabaseName(path);
         if (!db.open())
             qFatal("TestCompany: cannot create %s", qPrintable(path));
+        QSqlQuery(db).exec(QStringLiteral("PRAGMA synchronous = OFF")); // a scratch file: no flushes
         db.transaction();
         schema::create(db);
         QSqlQuery query(db);
@@ -128,6 +126,11 @@ TestCompany::TestCompany(Seed seed)
     m_connection = QStringLiteral("varemo-test-company-%1").arg(++serial);
     if (!m_dir.isValid())
         qFatal("TestCompany: no temporary folder");
+    const QString built = qEnvironmentVariable("VAREMO_PROGRAM_DIR");
+    if (seed == Seed::Demo) {
+        demo::build(m_dir.path(), built, demoToday());
+        return;
+    }
     QDir().mkpath(programFolder());
     QDir().mkpath(dataFolder() + QStringLiteral("Dados"));
 
@@ -136,23 +139,12 @@ TestCompany::TestCompany(Seed seed)
         programFolder() + QStringLiteral("Caminho.dad"), (dataFolder() + QStringLiteral("\r\n")).toUtf8());
     writeFile(dataFolder() + QStringLiteral("Empresa.ini"),
         QByteArrayLiteral("[Empresa]\r\nNome=Padaria Teste\r\n"));
-    const QString built = qEnvironmentVariable("VAREMO_PROGRAM_DIR");
     if (!built.isEmpty()) {
         copyTree(built + QStringLiteral("/Sons"), programFolder() + QStringLiteral("Sons/"));
         copyTree(built + QStringLiteral("/Ajuda"), programFolder() + QStringLiteral("Ajuda/"));
     }
 
-    switch (seed) {
-    case Seed::Small:
-        seedDatabase(databasePath(), smallSeed);
-        break;
-    case Seed::Empty:
-        seedDatabase(databasePath(), emptySeed);
-        break;
-    case Seed::Demo:
-        qFatal("TestCompany: the demo seed is not available yet");
-        break;
-    }
+    seedDatabase(databasePath(), seed == Seed::Small ? smallSeed : emptySeed);
 }
 
 TestCompany::~TestCompany()
