@@ -494,23 +494,23 @@ std::optional<FieldEqualsNumber> fieldEqualsNumber(const QString& text)
     const auto tokens = jettext::tokenize(text);
     if (!tokens)
         return std::nullopt;
-    QVector<Token> parts;
+    QVector<Token> words;
     for (const Token& token : *tokens) {
         if (token.kind != Kind::Space)
-            parts.push_back(token);
+            words.push_back(token);
     }
-    while (!parts.isEmpty() && parts.back().isPunct(';'))
-        parts.removeLast();
-    const bool negative = parts.size() == 4 && parts[2].isOperator("-");
-    if (parts.size() != (negative ? 4 : 3) || parts[0].kind != Kind::Name || jettext::isKeyword(parts[0].text)
-        || parts[0].text.endsWith(QLatin1Char('*')) || !parts[1].isOperator("=")
-        || parts.back().kind != Kind::Number)
+    while (!words.isEmpty() && words.back().isPunct(';'))
+        words.removeLast();
+    const bool negative = words.size() == 4 && words[2].isOperator("-");
+    if (words.size() != (negative ? 4 : 3) || words[0].kind != Kind::Name || jettext::isKeyword(words[0].text)
+        || words[0].text.endsWith(QLatin1Char('*')) || !words[1].isOperator("=")
+        || words.back().kind != Kind::Number)
         return std::nullopt;
     bool whole = false;
-    const qint64 value = parts.back().text.toLongLong(&whole);
+    const qint64 value = words.back().text.toLongLong(&whole);
     if (!whole)
         return std::nullopt;
-    return FieldEqualsNumber {jettext::unbracket(parts[0].text), negative ? -value : value};
+    return FieldEqualsNumber {jettext::unbracket(words[0].text), negative ? -value : value};
 }
 
 } // namespace varemo::criteria

@@ -223,10 +223,10 @@ char16_t baseOfUncached(char16_t c)
     char32_t base = folded(c);
     // Strip accents: follow the canonical decomposition to its first character.
     while (QChar::decompositionTag(base) == QChar::Canonical) {
-        const QString parts = QChar::decomposition(base);
-        if (parts.isEmpty())
+        const QString pieces = QChar::decomposition(base);
+        if (pieces.isEmpty())
             break;
-        base = parts[0].unicode();
+        base = pieces[0].unicode();
     }
     return static_cast<char16_t>(QChar::toCaseFolded(base));
 }
