@@ -1,0 +1,40 @@
+#pragma once
+
+#include <QDate>
+#include <QString>
+#include <QStringList>
+
+namespace varemo {
+
+// What the command line asks for:
+//   varemo-contas [--programa DIR]
+//   varemo-contas --demo [DIR]
+//   varemo-contas relatorio plano --nivel N --pdf OUT [--programa DIR]
+//   varemo-contas relatorio personalizado NOME --de dd-mm-yyyy --ate dd-mm-yyyy --pdf OUT [--programa DIR]
+struct CommandLine {
+    enum class Action { Run, Demo, Report, Help, Error };
+    Action action = Action::Run;
+
+    QString programFolder; // --programa; empty: the executable's own folder
+    QString demoFolder; // --demo, default ~/VaremoDemo
+
+    QString report; // "plano" or "personalizado"
+    int level = 0; // plano: 1..4
+    QString reportName;
+    QDate from;
+    QDate to;
+    QString pdf;
+
+    QString error; // a Portuguese sentence for Action::Error
+};
+
+// The arguments after the program's name.
+CommandLine parseCommandLine(const QStringList& arguments);
+QString defaultDemoFolder();
+QString usageText();
+
+// Exit statuses of the command line's own refusals.
+inline constexpr int ExitUsage = 2;
+inline constexpr int ExitUnavailable = 3;
+
+} // namespace varemo
