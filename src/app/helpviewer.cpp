@@ -16,12 +16,15 @@
 #include <QHelpSearchResultWidget>
 #include <QInputDialog>
 #include <QLabel>
+#include <QLibraryInfo>
 #include <QLineEdit>
+#include <QLocale>
 #include <QSplitter>
 #include <QTabWidget>
 #include <QTemporaryDir>
 #include <QTextBrowser>
 #include <QToolBar>
+#include <QTranslator>
 #include <QVBoxLayout>
 #include <QWindow>
 
@@ -170,6 +173,13 @@ bool HelpViewer::ensureEngine()
     }
     m_collectionDir = std::move(folder);
     m_engine = engine;
+    // The search and index widgets come from Qt Help, whose texts have their own catalogue.
+    auto* translator = new QTranslator(this);
+    if (translator->load(QLocale(QLocale::Portuguese, QLocale::Brazil), QStringLiteral("qt_help"),
+            QStringLiteral("_"), QLibraryInfo::path(QLibraryInfo::TranslationsPath)))
+        QCoreApplication::installTranslator(translator);
+    else
+        delete translator;
     m_browser->setEngine(engine);
     buildPanels();
     return true;
