@@ -64,8 +64,6 @@ std::vector<Command> buildTable()
         {u"ID_Oqueé", u"O que é?", u"Ajuda local", u"", None, Band1, u"oquee", u"", false},
         {u"ID_Checarnova", u"Checar &nova versão", u"Como checar se existe nova versão do módulo", u"",
             MenuHelp, None, u"", u"", true},
-        {u"ID_Novaversão", u"Nova &versão", u"Como checar se existe nova versão do módulo", u"", None, None,
-            u"", u"", false},
         {u"ID_EnviarMail", u"&Enviar comentário por e-mail...",
             u"Para enviar um comentário, sugestão, critíca", u"", MenuHelp, None, u"", u"", false},
         {u"ID_SobreoPrograma", u"&Sobre o Programa...", u"Fornece dados sobre o programa", u"", MenuHelp,
@@ -94,6 +92,14 @@ std::vector<Command> buildTable()
         command.menu = MenuModules;
         table.push_back(command);
     }
+    // Closes the list of modules: the newer version of this one.
+    Command newVersion;
+    newVersion.key = s(u"ID_Novaversão");
+    newVersion.caption = s(u"&Nova versão deste módulo...");
+    newVersion.tooltip = s(u"Como checar se existe nova versão do módulo");
+    newVersion.menu = MenuModules;
+    newVersion.separatorBefore = true;
+    table.push_back(newVersion);
     return table;
 }
 

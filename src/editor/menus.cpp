@@ -150,24 +150,24 @@ bool Contas::runShellCommand(const QString& key)
         chooseModule(number);
         return true;
     }
-    if (key == QLatin1String("ID_Sair")) {
+    if (key == QStringLiteral("ID_Sair")) {
         closeWindow();
-    } else if (key == QLatin1String("ID_SobreoPrograma")) {
+    } else if (key == QStringLiteral("ID_SobreoPrograma")) {
         showAbout();
-    } else if (key == QLatin1String("ID_AjudadoPrograma") || key == QLatin1String("ID_ConteúdoeÍndice")) {
+    } else if (key == QStringLiteral("ID_AjudadoPrograma") || key == QStringLiteral("ID_ConteúdoeÍndice")) {
         m_desktop.showHelp(help::Conteudo);
-    } else if (key == QLatin1String("ID_LocalizarnaAjuda")) {
+    } else if (key == QStringLiteral("ID_LocalizarnaAjuda")) {
         m_desktop.showHelp(help::IndiceAssuntos);
-    } else if (key == QLatin1String("ID_Checarnova") || key == QLatin1String("ID_Novaversão")) {
+    } else if (key == QStringLiteral("ID_Checarnova") || key == QStringLiteral("ID_Novaversão")) {
         m_desktop.showHelp(help::NovaVersao);
-    } else if (key == QLatin1String("ID_Oqueéisto?") || key == QLatin1String("ID_Oqueé")) {
+    } else if (key == QStringLiteral("ID_Oqueéisto?") || key == QStringLiteral("ID_Oqueé")) {
         contextHelp();
-    } else if (key == QLatin1String("ID_EnviarMail")) {
+    } else if (key == QStringLiteral("ID_EnviarMail")) {
         m_desktop.sendMail();
-    } else if (key == QLatin1String("ID_Cancelar")) {
+    } else if (key == QStringLiteral("ID_Cancelar")) {
         if (EmInclusao || EmAlteracao)
             Salvar(1);
-    } else if (key == QLatin1String("ID_Relatorios")) {
+    } else if (key == QStringLiteral("ID_Relatorios")) {
         showReportList();
     } else {
         return false;
