@@ -60,7 +60,7 @@ std::vector<Command> buildTable()
             u"", false},
         {u"ID_LocalizarnaAjuda", u"&Localizar na Ajuda", u"Localizar na ajuda", u"", MenuHelp, None, u"", u"",
             false},
-        {u"ID_Oqueéisto?", u"&O que é isto?", u"Ajuda local", u"", MenuHelp, None, u"", u"", false},
+        {u"ID_Oqueéisto?", u"&O que é isto?\tF1", u"Ajuda local", u"", MenuHelp, None, u"", u"", false},
         {u"ID_Oqueé", u"O que é?", u"Ajuda local", u"", None, Band1, u"oquee", u"", false},
         {u"ID_Checarnova", u"Checar &nova versão", u"Como checar se existe nova versão do módulo", u"",
             MenuHelp, None, u"", u"", true},
@@ -91,6 +91,14 @@ std::vector<Command> buildTable()
         command.tooltip = ModuleTooltip + module.displayName;
         command.menu = MenuModules;
         table.push_back(command);
+    }
+    for (Command& command : table) {
+        if (command.key == QStringLiteral("ID_Relatorios"))
+            command.bandCaption = s(u"Relatórios");
+        else if (command.key == QStringLiteral("ID_PlanoContas"))
+            command.bandCaption = s(u"Plano");
+        else if (command.key == QStringLiteral("ID_AjudadoPrograma"))
+            command.bandCaption = s(u"Ajuda");
     }
     // Closes the list of modules: the newer version of this one.
     Command newVersion;

@@ -35,6 +35,7 @@ struct Command {
     QString icon; // picture name for images.h; empty: none
     QString shortcut;
     bool separatorBefore = false; // in its menu and band
+    QString bandCaption; // a shorter caption under its toolbar picture
 };
 
 struct Menu {

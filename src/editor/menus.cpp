@@ -4,6 +4,7 @@
 #include "app/desktop.h"
 #include "app/errorlog.h"
 #include "app/helptopics.h"
+#include "app/sobre.h"
 #include "app/state.h"
 #include "data/errors.h"
 #include "editor/commands.h"
@@ -18,11 +19,6 @@
 #include <QMenuBar>
 #include <QPushButton>
 #include <QToolBar>
-
-#if __has_include("app/sobre.h")
-#include "app/sobre.h"
-#define VAREMO_HAS_SOBRE 1
-#endif
 
 namespace varemo {
 
@@ -65,6 +61,8 @@ void Contas::buildCommands()
         act->setObjectName(command.key);
         act->setToolTip(command.tooltip);
         act->setIconVisibleInMenu(!command.icon.isEmpty());
+        if (!command.bandCaption.isEmpty())
+            act->setIconText(command.bandCaption);
         if (!command.shortcut.isEmpty())
             act->setShortcut(QKeySequence(command.shortcut));
         connect(act, &QAction::triggered, this, [this, key = command.key] { toolTriggered(key); });
@@ -236,10 +234,8 @@ void Contas::closeWindow()
 
 void Contas::showAbout()
 {
-#ifdef VAREMO_HAS_SOBRE
     Sobre about(m_state, m_desktop, this);
     m_desktop.showModal(about);
-#endif
 }
 
 void Contas::contextHelp()

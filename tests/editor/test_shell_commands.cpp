@@ -186,6 +186,14 @@ private slots:
         QCOMPARE(fx.desktop.helpContexts, (QList<int> {context, context}));
     }
 
+    void aboutBoxIsShownModally()
+    {
+        LoadedContas fx;
+        fx.clearCalls();
+        fx.window->tool_click(QStringLiteral("ID_SobreoPrograma"));
+        QCOMPARE(fx.desktop.modalWindows, QStringList {QStringLiteral("Sobre")});
+    }
+
     void mailGoesThroughTheDesktop()
     {
         LoadedContas fx;
