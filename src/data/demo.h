@@ -1,6 +1,6 @@
 #pragma once
 
-#include "data/generator.h"
+#include "data/companywriter.h"
 
 #include <QDate>
 #include <QSqlDatabase>

@@ -1,347 +1,260 @@
 #include "data/generator.h"
 
+#include "data/companywriter.h"
+#include "data/demo.h"
 #include "data/errors.h"
 #include "data/schema.h"
 
+#include <QFile>
 #include <QSqlError>
 
 #include <algorithm>
-#include <cmath>
-#include <numeric>
+#include <stdexcept>
+#include <utility>
 
 namespace varemo::demo {
 
-Rng::Rng(std::uint64_t seed)
-    : m_state(seed)
-{
-}
-
-// splitmix64: small, fast and the same everywhere.
-std::uint64_t Rng::next()
-{
-    std::uint64_t z = (m_state += 0x9e3779b97f4a7c15ULL);
-    z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9ULL;
-    z = (z ^ (z >> 27)) * 0x94d049bb133111ebULL;
-    return z ^ (z >> 31);
-}
-
-double Rng::uniform()
-{
-    return static_cast<double>(next() >> 11) * 0x1.0p-53;
-}
-
-double Rng::uniform(double low, double high)
-{
-    return low + (high - low) * uniform();
-}
-
-int Rng::below(int count)
-{
-    return count <= 0 ? 0 : static_cast<int>(next() % static_cast<std::uint64_t>(count));
-}
-
-int Rng::between(int low, int high)
-{
-    return low + below(high - low + 1);
-}
-
-std::vector<int> Rng::sample(int size, int count)
-{
-    std::vector<int> positions(static_cast<std::size_t>(size));
-    std::iota(positions.begin(), positions.end(), 0);
-    count = std::min(count, size);
-    for (int i = 0; i < count; ++i)
-        std::swap(
-            positions[static_cast<std::size_t>(i)], positions[static_cast<std::size_t>(i + below(size - i))]);
-    positions.resize(static_cast<std::size_t>(count));
-    return positions;
-}
-
-QSqlQuery prepared(QSqlDatabase& db, const QString& statement)
-{
-    QSqlQuery query(db);
-    if (!query.prepare(statement))
-        throw JetError(jet::GeneralError, query.lastError().text());
-    return query;
-}
-
-void run(QSqlQuery& query)
-{
-    if (!query.exec())
-        throw JetError(jet::GeneralError, query.lastError().text());
-}
-
 namespace {
 
-QVariant lockValue(const std::optional<bool>& travado)
+// About this many products per line and items per ordinary account, at every size.
+constexpr int productsPerLine = 40;
+constexpr int itemsPerAccount = 12;
+
+int ceilDiv(int a, int b)
 {
-    // Null and False are different states of the lock: the suite leaves Null on rows it never locked.
-    return travado ? QVariant(*travado ? 1 : 0) : QVariant();
+    return (a + b - 1) / b;
 }
 
-class ChartBuilder {
-public:
-    ChartBuilder(QSqlDatabase& db, Chart& chart)
-        : m_chart(chart)
-    {
-        m_insert[0]
-            = prepared(db, QStringLiteral("INSERT INTO NivelCategoria0 (Codigo, Nome) VALUES (?, ?)"));
-        m_insert[1] = prepared(db,
-            QStringLiteral("INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0, "
-                           "Travado) VALUES (?, ?, ?, ?)"));
-        m_insert[2] = prepared(db,
-            QStringLiteral("INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1, "
-                           "Travado) VALUES (?, ?, ?, ?)"));
-        m_insert[3] = prepared(db,
-            QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES (?, ?, ?)"));
-        m_insert[4] = prepared(db,
-            QStringLiteral("INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3, "
-                           "CodigoProduto, Marca) VALUES (?, ?, ?, ?, 0)"));
-    }
-
-    // Adds a row under `parent` (a node index, -1 for a category); returns its node index.
-    int add(int level, int parent, const QString& name, const QVariant& extra = {}, int codigo = 0)
-    {
-        QStringList path;
-        if (parent >= 0)
-            path = m_chart.nodes[static_cast<std::size_t>(parent)].path;
-        path << name;
-        const QString key = path.join(QLatin1Char('\t'));
-        if (m_chart.byPath.contains(key))
-            throw StorageBug("demo chart: a name repeated under one parent: " + key.toStdString());
-        if (codigo == 0)
-            codigo = ++m_lastCode[level];
-        QSqlQuery& insert = m_insert[level];
-        insert.addBindValue(codigo);
-        insert.addBindValue(name);
-        if (level > 0)
-            insert.addBindValue(m_chart.nodes[static_cast<std::size_t>(parent)].codigo);
-        if (level == 1 || level == 2 || level == 4)
-            insert.addBindValue(extra);
-        run(insert);
-        const int index = static_cast<int>(m_chart.nodes.size());
-        m_chart.nodes.push_back({path, level, codigo, parent});
-        m_chart.byPath.insert(key, index);
-        return index;
-    }
-
-private:
-    Chart& m_chart;
-    QSqlQuery m_insert[5];
-    int m_lastCode[5] = {};
-};
-
-} // namespace
-
-void insertCompanyRow(QSqlDatabase& db, const QMap<QString, QString>& fields)
+// The index-th name of a cycle over `names`: the first round plain, then "name 2", "name 3"...
+QString numbered(const QStringList& names, int index)
 {
-    const QStringList known = schema::columnNames(QStringLiteral("DadosEmpresa"));
-    QStringList columns, marks;
-    for (auto it = fields.cbegin(); it != fields.cend(); ++it) {
-        if (!known.contains(it.key()))
-            throw StorageBug("demo company: DadosEmpresa has no column " + it.key().toStdString());
-        columns << it.key();
-        marks << QStringLiteral("?");
-    }
-    QSqlQuery insert = prepared(db,
-        QStringLiteral("INSERT INTO DadosEmpresa (%1) VALUES (%2)")
-            .arg(columns.join(QLatin1String(", ")), marks.join(QLatin1String(", "))));
-    for (const auto& value : fields)
-        insert.addBindValue(value);
-    run(insert);
+    const QString& base = names[index % names.size()];
+    const int round = index / static_cast<int>(names.size());
+    return round == 0 ? base : QStringLiteral("%1 %2").arg(base).arg(round + 1);
 }
 
-Chart insertChart(QSqlDatabase& db, const CompanyData& company, int unlinkedEvery)
+// The demo's lines holding `products` products in all, plus its lines without products.
+std::vector<LineData> scaledLines(const std::vector<LineData>& demoLines, int products)
 {
-    Chart chart;
-    QSqlQuery linha = prepared(
-        db, QStringLiteral("INSERT INTO Linhas (CodigoLinha, NomeLinha, Insumo) VALUES (?, ?, ?)"));
-    QSqlQuery produto = prepared(db,
-        QStringLiteral("INSERT INTO Produtos (CodigoProduto, CodigoLinha, NomeProduto) VALUES (?, ?, ?)"));
-    // Products of each kind by line, for the product-line groups.
-    std::vector<std::pair<const LineData*, std::vector<Product>>> byKind[2];
-    int lineCode = 0;
-    for (const auto& line : company.lines) {
-        linha.addBindValue(++lineCode);
-        linha.addBindValue(line.name);
-        linha.addBindValue(line.insumo ? 1 : 0);
-        run(linha);
-        std::vector<Product> products;
-        for (const auto& product : line.products) {
-            const Product stored {static_cast<int>(chart.products.size()) + 1, lineCode, &line, &product};
-            produto.addBindValue(stored.codigo);
-            produto.addBindValue(lineCode);
-            produto.addBindValue(product.name);
-            run(produto);
-            chart.products.push_back(stored);
-            products.push_back(stored);
-        }
-        byKind[line.insumo ? 1 : 0].emplace_back(&line, std::move(products));
+    std::vector<const LineData*> full;
+    std::vector<LineData> lines, empty;
+    for (const auto& line : demoLines) {
+        if (line.products.empty())
+            empty.push_back(line);
+        else
+            full.push_back(&line);
     }
+    const int fullCount = static_cast<int>(full.size());
+    const int count = std::max(fullCount, ceilDiv(products, productsPerLine));
+    for (int index = 0; index < count; ++index) {
+        const LineData& model = *full[static_cast<std::size_t>(index % fullCount)];
+        LineData line = model;
+        line.products.clear();
+        const int round = index / fullCount;
+        if (round > 0)
+            line.name = QStringLiteral("%1 %2").arg(model.name).arg(round + 1);
+        QStringList names;
+        for (const auto& product : model.products)
+            names << product.name;
+        const int size = products / count + (index < products % count ? 1 : 0);
+        for (int j = 0; j < size; ++j)
+            line.products.push_back({numbered(names, j), 0, {}, false});
+        lines.push_back(std::move(line));
+    }
+    lines.insert(lines.end(), empty.begin(), empty.end());
+    return lines;
+}
 
-    ChartBuilder builder(db, chart);
-    for (const auto& categoria : company.categorias) {
-        const int category = builder.add(0, -1, categoria.name, {}, categoria.codigo);
-        for (const auto& setor : categoria.setores) {
-            const int sector = builder.add(1, category, setor.name, lockValue(setor.travado));
-            const int sectorCode = chart.nodes[static_cast<std::size_t>(sector)].codigo;
-            for (const auto& grupo : setor.grupos) {
-                const int group = builder.add(2, sector, grupo.name, lockValue(grupo.travado));
-                if (grupo.linesInsumo) {
-                    for (const auto& [line, products] : byKind[*grupo.linesInsumo ? 1 : 0]) {
-                        const int account = builder.add(3, group, line->name);
-                        for (std::size_t i = 0; i < products.size(); ++i) {
-                            const bool linked = unlinkedEvery <= 0
-                                || (i + 1) % static_cast<std::size_t>(unlinkedEvery) != 0;
-                            builder.add(4, account, products[i].data->name, linked ? products[i].codigo : 0);
-                            ++chart.itemCount;
-                        }
-                    }
-                    continue;
-                }
-                for (const auto& conta : grupo.contas) {
-                    const int account = builder.add(3, group, conta.name);
-                    for (const auto& name : conta.items) {
-                        const int item = builder.add(4, account, name, 0);
-                        chart.items.push_back({chart.nodes[static_cast<std::size_t>(item)].codigo, sectorCode,
-                            categoria.codigo, &conta});
-                        ++chart.itemCount;
-                    }
-                }
+// The demo's ordinary groups with their accounts and items grown to `items` items, dealt
+// round the groups so that every group grows alike.
+void scaleAccounts(std::vector<CategoriaData>& categorias, int items)
+{
+    std::vector<GrupoData*> groups;
+    for (auto& categoria : categorias) {
+        for (auto& setor : categoria.setores) {
+            for (auto& grupo : setor.grupos) {
+                if (!grupo.linesInsumo && !grupo.contas.empty())
+                    groups.push_back(&grupo);
             }
         }
     }
-    return chart;
+    const int groupCount = static_cast<int>(groups.size());
+    std::vector<std::vector<ContaData>> models;
+    for (GrupoData* grupo : groups)
+        models.push_back(std::exchange(grupo->contas, {}));
+
+    const int accounts = std::max(1, ceilDiv(items, itemsPerAccount));
+    std::vector<ContaData*> account; // account index -> its row
+    std::vector<QStringList> itemNames; // account index -> the names its items cycle over
+    for (int index = 0; index < accounts; ++index) {
+        const auto group = static_cast<std::size_t>(index % groupCount);
+        const auto& model = models[group];
+        const int position = index / groupCount;
+        QStringList names;
+        for (const auto& conta : model)
+            names << conta.name;
+        const ContaData& template_ = model[static_cast<std::size_t>(position) % model.size()];
+        groups[group]->contas.push_back({numbered(names, position), template_.frequency, template_.base, {}});
+        itemNames.push_back(template_.items);
+    }
+    // Pointers only once every group has all its accounts.
+    std::vector<int> seen(groups.size(), 0);
+    for (int index = 0; index < accounts; ++index) {
+        const auto group = static_cast<std::size_t>(index % groupCount);
+        account.push_back(&groups[group]->contas[static_cast<std::size_t>(seen[group]++)]);
+    }
+    for (int k = 0; k < items; ++k) {
+        const int index = k % accounts;
+        account[static_cast<std::size_t>(index)]->items
+            << numbered(itemNames[static_cast<std::size_t>(index)], k / accounts);
+    }
 }
 
-std::vector<ReportRow> reportRows(const Chart& chart, const QList<QStringList>& chosen)
+using Target = DocLine; // a line's product or item with its price; the quantity is drawn per line
+
+// `total` lines dealt into documents of `low`..`high` lines; returns the sizes.
+std::vector<int> documentSizes(Rng& rng, int total, int low, int high)
 {
-    const std::size_t count = chart.nodes.size();
-    std::vector<std::vector<int>> children(count);
-    std::vector<int> roots;
-    for (std::size_t i = 0; i < count; ++i) {
-        const int parent = chart.nodes[i].parent;
-        (parent < 0 ? roots : children[static_cast<std::size_t>(parent)]).push_back(static_cast<int>(i));
+    std::vector<int> sizes;
+    while (total > 0) {
+        const int size = std::min(total, rng.between(low, high));
+        sizes.push_back(size);
+        total -= size;
     }
-    std::vector<bool> picked(count, false);
-    for (const auto& path : chosen) {
-        const auto found = chart.byPath.constFind(path.join(QLatin1Char('\t')));
-        if (found != chart.byPath.cend())
-            picked[static_cast<std::size_t>(*found)] = true;
-    }
-
-    // Parents come before children in `nodes`, so a backward sweep settles every child first;
-    // a forward sweep first hands a chosen node's state down to its whole subtree.
-    std::vector<bool> whole(count, false);
-    for (std::size_t i = 0; i < count; ++i) {
-        const int parent = chart.nodes[i].parent;
-        whole[i] = picked[i] || (parent >= 0 && whole[static_cast<std::size_t>(parent)]);
-    }
-    std::vector<int> state(count, 0);
-    for (std::size_t i = count; i-- > 0;) {
-        const auto& kids = children[i];
-        const bool allWhole = !kids.empty() && std::all_of(kids.begin(), kids.end(), [&](int k) {
-            return state[static_cast<std::size_t>(k)] == 3;
-        });
-        const bool anyChosen = std::any_of(
-            kids.begin(), kids.end(), [&](int k) { return state[static_cast<std::size_t>(k)] != 0; });
-        state[i] = whole[i] || allWhole ? 3 : anyChosen ? 2 : 0;
-    }
-
-    std::vector<ReportRow> rows;
-    std::vector<int> stack(roots.rbegin(), roots.rend());
-    while (!stack.empty()) {
-        const auto node = static_cast<std::size_t>(stack.back());
-        stack.pop_back();
-        if (state[node] == 0)
-            continue;
-        rows.push_back(
-            {QStringLiteral("N%1").arg(chart.nodes[node].level), chart.nodes[node].codigo, state[node]});
-        stack.insert(stack.end(), children[node].rbegin(), children[node].rend());
-    }
-    return rows;
+    return sizes;
 }
 
-void insertReports(QSqlDatabase& db, const Chart& chart, const std::vector<ReportData>& reports)
+// The documents' days, drawn and put in date order so that codes follow dates.
+std::vector<QDate> documentDays(Rng& rng, std::size_t count, QDate end)
 {
-    QSqlQuery relatorio = prepared(
-        db, QStringLiteral("INSERT INTO Relatorios (CodigoRelatorio, NomeRelatorio) VALUES (?, ?)"));
-    QSqlQuery item = prepared(db,
-        QStringLiteral("INSERT INTO RelatorioItens (CodigoRelatorio, Nivel, "
-                       "CodigoConta, Imagem) VALUES (?, ?, ?, ?)"));
-    int code = 0;
-    for (const auto& report : reports) {
-        relatorio.addBindValue(++code);
-        relatorio.addBindValue(report.name);
-        run(relatorio);
-        for (const auto& row : reportRows(chart, report.chosen)) {
-            item.addBindValue(code);
-            item.addBindValue(row.nivel);
-            item.addBindValue(row.codigo);
-            item.addBindValue(row.imagem);
-            run(item);
+    std::vector<int> offsets;
+    for (std::size_t i = 0; i < count; ++i)
+        offsets.push_back(rng.below(365));
+    std::sort(offsets.begin(), offsets.end());
+    std::vector<QDate> days;
+    for (const int offset : offsets)
+        days.push_back(end.addDays(offset - 364));
+    return days;
+}
+
+// Draws the lines of one document among weighted kinds of targets (empty kinds left out).
+class LineDraw {
+public:
+    LineDraw(Rng& rng, std::vector<std::pair<double, const std::vector<Target>*>> kinds)
+        : m_rng(rng)
+    {
+        double total = 0;
+        for (const auto& [weight, targets] : kinds) {
+            if (!targets->empty())
+                total += weight;
         }
+        double sum = 0;
+        for (const auto& [weight, targets] : kinds) {
+            if (targets->empty())
+                continue;
+            sum += weight / total;
+            m_kinds.emplace_back(sum, targets);
+        }
+        if (m_kinds.empty())
+            throw std::invalid_argument("no product or item to move");
+        m_kinds.back().first = 2.0; // rounding never leaves a draw without a kind
     }
+
+    std::vector<DocLine> lines(int count)
+    {
+        std::vector<DocLine> result;
+        for (int i = 0; i < count; ++i) {
+            const double r = m_rng.uniform();
+            for (const auto& [threshold, targets] : m_kinds) {
+                if (r < threshold) {
+                    DocLine line = m_rng.pick(*targets);
+                    line.quantidade = m_rng.between(1, 20);
+                    result.push_back(line);
+                    break;
+                }
+            }
+        }
+        return result;
+    }
+
+private:
+    Rng& m_rng;
+    std::vector<std::pair<double, const std::vector<Target>*>> m_kinds;
+};
+
+void fill(QSqlDatabase& db, int items, int lines, std::uint64_t seed, QDate end)
+{
+    Rng rng(seed);
+    CompanyData company = loadCompany();
+    const int products = items / 4; // each product is an item twice: under sales and under suppliers
+    company.lines = scaledLines(company.lines, products);
+    scaleAccounts(company.categorias, items - 2 * products);
+
+    insertCompanyRow(db, company.empresa);
+    const Chart chart = insertChart(db, company, 10);
+    insertReports(db, chart, company.reports);
+
+    std::vector<Target> goods, raw, income, expense;
+    for (const Product& product : chart.products)
+        (product.line->insumo ? raw : goods).push_back(productLine(product, rng.uniform(0.5, 90.0), 0));
+    for (const Item& item : chart.items)
+        (item.categoria == Receitas ? income : expense)
+            .push_back(itemLine(item, rng.uniform(10.0, 5000.0), 0));
+
+    MovementWriter writer(db);
+    const int sales = lines * 3 / 5;
+    const auto saleSizes = documentSizes(rng, sales, 1, 7);
+    const auto saleDays = documentDays(rng, saleSizes.size(), end);
+    std::vector<bool> concluded;
+    for (std::size_t i = 0; i < saleSizes.size(); ++i)
+        concluded.push_back(rng.uniform() >= 0.1);
+    LineDraw saleLines(rng, {{0.9, &goods}, {0.03, &raw}, {0.07, &income}});
+    for (std::size_t i = 0; i < saleSizes.size(); ++i)
+        writer.addSale(saleDays[i], concluded[i], saleLines.lines(saleSizes[i]));
+
+    const auto purchaseSizes = documentSizes(rng, lines - sales, 1, 9);
+    const auto purchaseDays = documentDays(rng, purchaseSizes.size(), end);
+    LineDraw purchaseLines(rng, {{0.4, &goods}, {0.4, &raw}, {0.2, &expense}});
+    for (std::size_t i = 0; i < purchaseSizes.size(); ++i)
+        writer.addPurchase(purchaseDays[i], purchaseLines.lines(purchaseSizes[i]));
 }
 
-namespace {
-double cents(double value)
-{
-    return std::round(value * 100.0) / 100.0;
-}
 } // namespace
 
-DocLine productLine(const Product& product, double price, double quantity)
+void generateCompany(const QString& path, int items, int lines, std::uint64_t seed, QDate end)
 {
-    return {product.codigo, product.linha, true, cents(price), quantity};
-}
+    if (items < 8)
+        throw std::invalid_argument("items must be at least 8");
+    for (const QString& stale : {path, path + QStringLiteral("-journal")})
+        QFile::remove(stale);
 
-DocLine itemLine(const Item& item, double price, double quantity)
-{
-    return {item.codigo, item.setor, false, cents(price), quantity};
-}
-
-MovementWriter::MovementWriter(QSqlDatabase& db)
-    : m_venda(
-        prepared(db, QStringLiteral("INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES (?, ?, ?)")))
-    , m_vendaLinha(prepared(db,
-          QStringLiteral("INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, "
-                         "Produto, PrecoUnit, QdeComprada) VALUES (?, ?, ?, ?, ?, ?)")))
-    , m_compra(prepared(db, QStringLiteral("INSERT INTO Compra (Codigo, DataDocumento) VALUES (?, ?)")))
-    , m_compraLinha(prepared(db,
-          QStringLiteral("INSERT INTO CompraProdutos (Codigo, CodigoProduto, CodigoSetor, "
-                         "Produto, PrecoUnit, QdeComprada) VALUES (?, ?, ?, ?, ?, ?)")))
-{
-}
-
-void MovementWriter::addSale(QDate day, bool concluded, const std::vector<DocLine>& lines)
-{
-    m_venda.addBindValue(++m_sales);
-    m_venda.addBindValue(day.toString(Qt::ISODate));
-    m_venda.addBindValue(concluded ? 1 : 0);
-    run(m_venda);
-    addLines(m_vendaLinha, m_sales, lines);
-}
-
-void MovementWriter::addPurchase(QDate day, const std::vector<DocLine>& lines)
-{
-    m_compra.addBindValue(++m_purchases);
-    m_compra.addBindValue(day.toString(Qt::ISODate));
-    run(m_compra);
-    addLines(m_compraLinha, m_purchases, lines);
-}
-
-void MovementWriter::addLines(QSqlQuery& insert, int document, const std::vector<DocLine>& lines)
-{
-    for (const auto& line : lines) {
-        insert.addBindValue(document);
-        insert.addBindValue(line.codigoProduto);
-        insert.addBindValue(line.codigoSetor);
-        insert.addBindValue(line.produto ? 1 : 0);
-        insert.addBindValue(line.preco);
-        insert.addBindValue(line.quantidade);
-        run(insert);
+    const QString name = QStringLiteral("varemo-generator");
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(path);
+        try {
+            if (!db.open())
+                throw JetError(jet::GeneralError, db.lastError().text());
+            // A file being generated needs no journal and no flushes: a failure just means
+            // generating it again.
+            QSqlQuery pragmas(db);
+            pragmas.exec(QStringLiteral("PRAGMA journal_mode = OFF"));
+            pragmas.exec(QStringLiteral("PRAGMA synchronous = OFF"));
+            db.transaction();
+            schema::create(db);
+            fill(db, items, lines, seed, end);
+            if (!db.commit())
+                throw JetError(jet::GeneralError, db.lastError().text());
+        } catch (...) {
+            db.rollback();
+            db.close();
+            db = QSqlDatabase();
+            QSqlDatabase::removeDatabase(name);
+            throw;
+        }
+        db.close();
     }
+    QSqlDatabase::removeDatabase(name);
 }
 
 } // namespace varemo::demo

@@ -1,4 +1,5 @@
 #include "data/demo.h"
+#include "data/generator.h"
 #include "support/company.h"
 #include "support/testregistry.h"
 
@@ -8,7 +9,9 @@
 #include <QTemporaryDir>
 #include <QTest>
 
+#include <functional>
 #include <memory>
+#include <stdexcept>
 
 using varemo::test::TestCompany;
 
@@ -34,12 +37,32 @@ class TestDemo : public QObject {
     Q_OBJECT
 
     std::unique_ptr<TestCompany> m_demo;
+    std::unique_ptr<TestCompany> m_generated; // the large-company generator, at a small size
 
     int count(const QString& query) { return m_demo->count(query); }
+    TestCompany& company(const QString& which)
+    {
+        return which == QLatin1String("demo") ? *m_demo : *m_generated;
+    }
+    static void bothCompanies(const char* name, const std::function<void(QTestData&)>& values)
+    {
+        for (const char* which : {"demo", "gerado"})
+            values(QTest::addRow("%s %s", which, name) << QString::fromLatin1(which));
+    }
 
 private slots:
-    void initTestCase() { m_demo = std::make_unique<TestCompany>(TestCompany::Seed::Demo); }
-    void cleanupTestCase() { m_demo.reset(); }
+    void initTestCase()
+    {
+        m_demo = std::make_unique<TestCompany>(TestCompany::Seed::Demo);
+        m_generated = std::make_unique<TestCompany>(TestCompany::Seed::Empty);
+        m_generated->closeSql();
+        varemo::demo::generateCompany(m_generated->databasePath(), 500, 5000, 1, TestCompany::demoToday());
+    }
+    void cleanupTestCase()
+    {
+        m_demo.reset();
+        m_generated.reset();
+    }
 
     void counts_data()
     {
@@ -48,10 +71,6 @@ private slots:
         const auto row = [](const char* name, const char* query, int expected) {
             QTest::newRow(name) << QString::fromUtf8(query) << expected;
         };
-        row("categorias",
-            "SELECT COUNT(*) FROM NivelCategoria0 WHERE (Codigo, Nome) IN "
-            "(VALUES (1, 'Receitas'), (2, 'Despesas'))",
-            2);
         row("setores", "SELECT COUNT(*) FROM NivelCategoria1", 10);
         row("grupos", "SELECT COUNT(*) FROM NivelCategoria2", 28);
         row("contas", "SELECT COUNT(*) FROM NivelCategoria3", 92);
@@ -59,36 +78,13 @@ private slots:
         row("linhas", "SELECT COUNT(*) FROM Linhas", 14);
         row("linhas de insumos", "SELECT COUNT(*) FROM Linhas WHERE Insumo = 1", 5);
         row("produtos", "SELECT COUNT(*) FROM Produtos", 116);
-        row("linha sem produtos",
-            "SELECT COUNT(*) FROM Linhas WHERE CodigoLinha NOT IN "
-            "(SELECT CodigoLinha FROM Produtos)",
-            1);
         row("empresa",
             "SELECT COUNT(*) FROM DadosEmpresa WHERE Nome = 'Padaria e Confeitaria Pão Dourado "
             "Ltda' AND Morto = 0 AND InicioSemana = 1 AND RetroAtivo = 0",
             1);
-        row("sem marcas", "SELECT COUNT(*) FROM NivelCategoria4 WHERE Marca <> 0", 0);
         row("procura vazia", "SELECT COUNT(*) FROM Procura", 0);
-        row("órfãos",
-            "SELECT (SELECT COUNT(*) FROM NivelCategoria1 WHERE CodigoCategoria0 NOT IN "
-            "(SELECT Codigo FROM NivelCategoria0)) + (SELECT COUNT(*) FROM NivelCategoria2 WHERE "
-            "CodigoCategoria1 NOT IN (SELECT Codigo FROM NivelCategoria1)) + (SELECT COUNT(*) FROM "
-            "NivelCategoria3 WHERE CodigoCategoria2 NOT IN (SELECT Codigo FROM NivelCategoria2)) + "
-            "(SELECT COUNT(*) FROM NivelCategoria4 WHERE CodigoCategoria3 NOT IN "
-            "(SELECT Codigo FROM NivelCategoria3))",
-            0);
-        row("nomes com apóstrofo",
-            "SELECT (SELECT COUNT(*) FROM NivelCategoria4 WHERE Nome LIKE '%''%') + "
-            "(SELECT COUNT(*) FROM Produtos WHERE NomeProduto LIKE '%''%')",
-            0);
         // Every 7th product of a line is an item typed here, the others are tied to their product.
         row("itens ligados", "SELECT COUNT(*) FROM NivelCategoria4 WHERE CodigoProduto <> 0", 232 - 22);
-        row("ligados ao produto certo",
-            "SELECT COUNT(*) FROM NivelCategoria4 i JOIN NivelCategoria3 c ON c.Codigo = i.CodigoCategoria3 "
-            "JOIN Produtos p ON p.CodigoProduto = i.CodigoProduto JOIN Linhas l ON l.CodigoLinha = "
-            "p.CodigoLinha "
-            "WHERE p.NomeProduto = i.Nome AND l.NomeLinha = c.Nome",
-            232 - 22);
     }
 
     void counts()
@@ -98,25 +94,105 @@ private slots:
         QCOMPARE(count(query), expected);
     }
 
+    void shape_data()
+    {
+        QTest::addColumn<QString>("which");
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<int>("expected");
+        const auto row = [](const char* name, const char* query, int expected) {
+            bothCompanies(name, [&](QTestData& data) { data << QString::fromUtf8(query) << expected; });
+        };
+        row("categorias",
+            "SELECT COUNT(*) FROM NivelCategoria0 WHERE (Codigo, Nome) IN (VALUES (1, 'Receitas'), (2, "
+            "'Despesas'))",
+            2);
+        row("órfãos",
+            "SELECT (SELECT COUNT(*) FROM NivelCategoria1 WHERE CodigoCategoria0 NOT IN "
+            "(SELECT Codigo FROM NivelCategoria0)) + (SELECT COUNT(*) FROM NivelCategoria2 WHERE "
+            "CodigoCategoria1 NOT IN (SELECT Codigo FROM NivelCategoria1)) + (SELECT COUNT(*) FROM "
+            "NivelCategoria3 WHERE CodigoCategoria2 NOT IN (SELECT Codigo FROM NivelCategoria2)) + "
+            "(SELECT COUNT(*) FROM NivelCategoria4 WHERE CodigoCategoria3 NOT IN "
+            "(SELECT Codigo FROM NivelCategoria3))",
+            0);
+        row("nomes repetidos sob um pai",
+            "SELECT COUNT(*) FROM (SELECT 1 FROM NivelCategoria4 GROUP BY CodigoCategoria3, Nome HAVING "
+            "COUNT(*) > 1)",
+            0);
+        row("nomes com apóstrofo",
+            "SELECT (SELECT COUNT(*) FROM NivelCategoria4 WHERE Nome LIKE '%''%') + "
+            "(SELECT COUNT(*) FROM Produtos WHERE NomeProduto LIKE '%''%')",
+            0);
+        row("linha sem produtos",
+            "SELECT COUNT(*) FROM Linhas WHERE CodigoLinha NOT IN (SELECT CodigoLinha FROM Produtos)", 1);
+        // A tied item carries its own product, under the account of that product's line.
+        row("ligados a outro produto",
+            "SELECT COUNT(*) FROM NivelCategoria4 i JOIN NivelCategoria3 c ON c.Codigo = i.CodigoCategoria3 "
+            "WHERE i.CodigoProduto <> 0 AND NOT EXISTS (SELECT 1 FROM Produtos p JOIN Linhas l USING "
+            "(CodigoLinha) WHERE p.CodigoProduto = i.CodigoProduto AND p.NomeProduto = i.Nome "
+            "AND l.NomeLinha = c.Nome)",
+            0);
+        row("sem marcas", "SELECT COUNT(*) FROM NivelCategoria4 WHERE Marca <> 0", 0);
+        row("vendas não concluídas", "SELECT COUNT(*) > 0 FROM Venda WHERE Venda = 0", 1);
+        row("relatórios", "SELECT COUNT(*) FROM Relatorios", 2);
+    }
+
+    void shape()
+    {
+        QFETCH(QString, which);
+        QFETCH(QString, query);
+        QFETCH(int, expected);
+        QCOMPARE(company(which).count(query), expected);
+    }
+
+    void generatedSizes_data()
+    {
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<int>("expected");
+        QTest::newRow("itens") << "SELECT COUNT(*) FROM NivelCategoria4" << 500;
+        QTest::newRow("produtos") << "SELECT COUNT(*) FROM Produtos" << 125;
+        QTest::newRow("linhas de venda") << "SELECT COUNT(*) FROM VendaProdutos" << 3000;
+        QTest::newRow("linhas de compra") << "SELECT COUNT(*) FROM CompraProdutos" << 2000;
+        QTest::newRow("datas no ano") << "SELECT COUNT(*) FROM Venda WHERE DataDocumento NOT BETWEEN "
+                                         "'2025-04-01' AND '2026-03-31'"
+                                      << 0;
+    }
+
+    void generatedSizes()
+    {
+        QFETCH(QString, query);
+        QFETCH(int, expected);
+        QCOMPARE(m_generated->count(query), expected);
+    }
+
+    void generatorRefusesATinyChart()
+    {
+        QVERIFY_THROWS_EXCEPTION(std::invalid_argument,
+            varemo::demo::generateCompany(m_generated->root() + QStringLiteral("x.mdb"), 7, 10));
+    }
+
     // The product-line groups hold, under their exact sector, every line of their kind as an
     // account and every product of it as an item.
     void productLineGroups_data()
     {
+        QTest::addColumn<QString>("which");
         QTest::addColumn<QString>("sector");
         QTest::addColumn<QString>("group");
         QTest::addColumn<int>("insumo");
-        QTest::newRow("vendas produtos") << "Receitas Clientes"
-                                         << "Vendas Produtos" << 0;
-        QTest::newRow("vendas insumos") << "Receitas Clientes"
-                                        << "Vendas Insumos" << 1;
-        QTest::newRow("fornecedores produtos") << "Despesas Fornecedores"
-                                               << "Fornecedores Produtos" << 0;
-        QTest::newRow("fornecedores insumos") << "Despesas Fornecedores"
-                                              << "Fornecedores Insumos" << 1;
+        const auto row = [](const char* sector, const char* group, int insumo) {
+            bothCompanies(group, [&](QTestData& data) {
+                data << QString::fromUtf8(sector) << QString::fromUtf8(group) << insumo;
+            });
+        };
+        row("Receitas Clientes", "Vendas Produtos", 0);
+        row("Receitas Clientes", "Vendas Insumos", 1);
+        row("Despesas Fornecedores", "Fornecedores Produtos", 0);
+        row("Despesas Fornecedores", "Fornecedores Insumos", 1);
     }
 
     void productLineGroups()
     {
+        QFETCH(QString, which);
+        const auto count = [&](const QString& query) { return company(which).count(query); };
         QFETCH(QString, sector);
         QFETCH(QString, group);
         QFETCH(int, insumo);
@@ -170,14 +246,17 @@ private slots:
     // document's side (income for sales, expense for purchases) and its level-1 sector.
     void movementLines_data()
     {
+        QTest::addColumn<QString>("which");
         QTest::addColumn<QString>("lines");
         QTest::addColumn<int>("category");
-        QTest::newRow("vendas") << "VendaProdutos" << 1;
-        QTest::newRow("compras") << "CompraProdutos" << 2;
+        bothCompanies("vendas", [](QTestData& data) { data << QStringLiteral("VendaProdutos") << 1; });
+        bothCompanies("compras", [](QTestData& data) { data << QStringLiteral("CompraProdutos") << 2; });
     }
 
     void movementLines()
     {
+        QFETCH(QString, which);
+        const auto count = [&](const QString& query) { return company(which).count(query); };
         QFETCH(QString, lines);
         QFETCH(int, category);
         const QString from = QStringLiteral("SELECT COUNT(*) FROM %1 l WHERE ").arg(lines);
