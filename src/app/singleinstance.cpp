@@ -85,10 +85,13 @@ bool InstanceGuard::isListening() const
 void InstanceGuard::acceptConnections()
 {
     while (QLocalSocket* connection = m_server->nextPendingConnection()) {
-        // The request carries nothing beyond its arrival: drain it and let it go.
-        connect(connection, &QLocalSocket::readyRead, connection, [connection] { connection->readAll(); });
+        // Only a request counts: a later copy that merely checks whether this one is alive
+        // connects and leaves without asking anything.
+        connect(connection, &QLocalSocket::readyRead, this, [this, connection] {
+            if (connection->readAll().contains(Request))
+                emit activationRequested();
+        });
         connect(connection, &QLocalSocket::disconnected, connection, &QObject::deleteLater);
-        emit activationRequested();
     }
 }
 
