@@ -182,6 +182,62 @@ private slots:
             QCOMPARE(varemo::nodeKey(code, level), key);
     }
 
+    void selectorFollowsTheNameAbove_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<QString>("parent");
+        QTest::addColumn<QStringList>("names");
+        QTest::addColumn<QString>("message");
+        QTest::newRow("sectors") << 1 << QStringLiteral(" Despesas ")
+                                 << QStringList {QStringLiteral("Despesas Administrativas"),
+                                        QStringLiteral("Despesas Fornecedores")}
+                                 << QString();
+        QTest::newRow("groups") << 2 << QStringLiteral("Despesas Administrativas")
+                                << QStringList {QStringLiteral("Ocupação")} << QString();
+        QTest::newRow("items") << 4 << QStringLiteral("Aluguel e condomínio")
+                               << QStringList {QStringLiteral("Aluguel da loja"),
+                                      QStringLiteral("Condomínio")}
+                               << QString();
+        QTest::newRow("unknown category")
+            << 1 << QStringLiteral("Nada") << QStringList {QStringLiteral("antes")}
+            << QStringLiteral("Categoria não encontrada");
+        QTest::newRow("unknown sector")
+            << 2 << QStringLiteral("Nada") << QStringList {QStringLiteral("antes")}
+            << QStringLiteral("Depto. não encontrado");
+        QTest::newRow("unknown account")
+            << 4 << QStringLiteral("Nada") << QStringList {QStringLiteral("antes")}
+            << QStringLiteral("Conta não encontrada");
+    }
+    void selectorFollowsTheNameAbove()
+    {
+        QFETCH(int, level);
+        QFETCH(QString, parent);
+        QFETCH(QStringList, names);
+        QFETCH(QString, message);
+        LoadedContas fx;
+        fx.clearCalls();
+        fx.window->Combo[static_cast<std::size_t>(level)]->fill({QStringLiteral("antes")});
+        fx.window->Combo[static_cast<std::size_t>(level - 1)]->setText(parent);
+        fx.window->PreencherCombo(level);
+        QCOMPARE(fx.window->Combo[static_cast<std::size_t>(level)]->names(), names);
+        QCOMPARE(fx.desktop.boxes.size(), message.isEmpty() ? 0 : 1);
+        if (!message.isEmpty()) {
+            QCOMPARE(fx.desktop.boxes[0].prompt, message);
+            QCOMPARE(fx.desktop.boxes[0].buttons, varemo::vb::Information);
+        }
+    }
+
+    void failedLoadIsLoggedAndStillReady()
+    {
+        LoadedContas fx({QStringLiteral("DROP TABLE Relatorios")});
+        QVERIFY(!fx.loaded);
+        QVERIFY(fx.state.mainWindowReady);
+        QVERIFY(fx.desktop.sounds.contains(1));
+        QVERIFY(!fx.desktop.boxes.isEmpty());
+        QVERIFY(fx.desktop.boxes.last().prompt.contains(
+            QStringLiteral("Rotina em que houve o erro: Erro ao Abrir Programa")));
+    }
+
     void loadFillsOnlyTheCategorySelector()
     {
         LoadedContas fx;
