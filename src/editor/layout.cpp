@@ -132,15 +132,15 @@ void Contas::buildLayout()
 
     auto* moves = new QGroupBox(QStringLiteral("Registros"));
     auto* movesLayout = new QHBoxLayout(moves);
-    for (const MoveButton& spec : moveButtons()) {
-        auto* button = new QPushButton(spec.caption);
-        button->setObjectName(QStringLiteral("Movimento%1").arg(spec.index));
-        button->setToolTip(spec.tip);
+    for (const MoveButton& entry : moveButtons()) {
+        auto* button = new QPushButton(entry.caption);
+        button->setObjectName(QStringLiteral("Movimento%1").arg(entry.index));
+        button->setToolTip(entry.tip);
         button->setAutoDefault(false);
         setHelpContext(button, help::Movimento);
         movesLayout->addWidget(button);
-        Movimento[static_cast<std::size_t>(spec.index)] = button;
-        connect(button, &QPushButton::clicked, this, [this, index = spec.index] {
+        Movimento[static_cast<std::size_t>(entry.index)] = button;
+        connect(button, &QPushButton::clicked, this, [this, index = entry.index] {
             m_desktop.playSound(7);
             Movimento_Click(index);
         });

@@ -36,13 +36,13 @@ const QStringList& recordKeys()
 void Contas::buildCommands()
 {
     QMenuBar* bar = menuBar();
-    for (const commands::Menu& spec : commands::menus()) {
-        QMenu* parentMenu = m_menus.value(spec.parent);
+    for (const commands::Menu& entry : commands::menus()) {
+        QMenu* parentMenu = m_menus.value(entry.parent);
         QMenu* created
-            = parentMenu != nullptr ? parentMenu->addMenu(spec.caption) : bar->addMenu(spec.caption);
-        created->menuAction()->setObjectName(spec.key);
+            = parentMenu != nullptr ? parentMenu->addMenu(entry.caption) : bar->addMenu(entry.caption);
+        created->menuAction()->setObjectName(entry.key);
         created->setToolTipsVisible(true);
-        m_menus.insert(spec.key, created);
+        m_menus.insert(entry.key, created);
     }
 
     Barra1 = new QToolBar(QStringLiteral("Barra1"), this);
