@@ -22,19 +22,14 @@ private slots:
         const QString home = defaultDemoFolder();
         QTest::newRow("nothing") << QStringList() << Action::Run << "";
         QTest::newRow("--programa DIR") << QStringList {"--programa", "/opt/v"} << Action::Run << "/opt/v";
-        QTest::newRow("--programa=DIR") << QStringList {"--programa=/opt/v"} << Action::Run << "/opt/v";
         QTest::newRow("--demo alone") << QStringList {"--demo"} << Action::Demo << home;
         QTest::newRow("--demo DIR") << QStringList {"--demo", "/tmp/d"} << Action::Demo << "/tmp/d";
         QTest::newRow("--demo=DIR") << QStringList {"--demo=/tmp/d"} << Action::Demo << "/tmp/d";
         QTest::newRow("--ajuda") << QStringList {"--ajuda"} << Action::Help << "";
-        QTest::newRow("-h") << QStringList {"-h"} << Action::Help << "";
         QTest::newRow("--programa without a folder") << QStringList {"--programa"} << Action::Error << "";
-        QTest::newRow("--programa followed by an option")
-            << QStringList {"--programa", "--demo"} << Action::Error << "";
         QTest::newRow("--demo and --programa")
             << QStringList {"--demo", "/a", "--programa", "/b"} << Action::Error << "";
         QTest::newRow("unknown option") << QStringList {"--depurar"} << Action::Error << "";
-        QTest::newRow("stray word") << QStringList {"plano"} << Action::Error << "";
     }
 
     void parses()
@@ -55,10 +50,6 @@ private slots:
         const QStringList period {"--de", "01-03-2026", "--ate", "31-03-2026", "--pdf", "/tmp/r.pdf"};
         QTest::newRow("plano") << QStringList {"relatorio", "plano", "--nivel", "3", "--pdf", "/tmp/p.pdf"}
                                << true;
-        QTest::newRow("plano with --programa") << QStringList {"relatorio", "plano", "--programa", "/opt/v",
-            "--nivel=4", "--pdf", "o.pdf"} << true;
-        QTest::newRow("plano level 0")
-            << QStringList {"relatorio", "plano", "--nivel", "0", "--pdf", "o.pdf"} << false;
         QTest::newRow("plano level 5")
             << QStringList {"relatorio", "plano", "--nivel", "5", "--pdf", "o.pdf"} << false;
         QTest::newRow("plano without level") << QStringList {"relatorio", "plano", "--pdf", "o.pdf"} << false;
@@ -90,16 +81,6 @@ private slots:
         QCOMPARE(line.action, valid ? Action::Report : Action::Error);
         if (valid)
             QVERIFY(!line.pdf.isEmpty() && (line.level > 0 || !line.reportName.isEmpty()));
-    }
-
-    void personalisedReportFields()
-    {
-        const CommandLine line = parseCommandLine({"relatorio", "personalizado", "Resultado Mensal", "--de",
-            "01-03-2026", "--ate", "31-03-2026", "--pdf", "/tmp/r.pdf", "--programa", "/opt/v"});
-        QCOMPARE(line.reportName, QStringLiteral("Resultado Mensal"));
-        QCOMPARE(line.from, QDate(2026, 3, 1));
-        QCOMPARE(line.to, QDate(2026, 3, 31));
-        QCOMPARE(line.programFolder, QStringLiteral("/opt/v"));
     }
 
     // Standard buttons read "Sim" and "Não".

@@ -58,9 +58,6 @@ private slots:
         QTest::addColumn<int>("escapeAnswer");
         QTest::newRow("ok, critical") << vb::Critical << int(QMessageBox::Critical) << vb::OK << vb::OK;
         QTest::newRow("ok, exclamation") << vb::Exclamation << int(QMessageBox::Warning) << vb::OK << vb::OK;
-        QTest::newRow("ok, information")
-            << vb::Information << int(QMessageBox::Information) << vb::OK << vb::OK;
-        QTest::newRow("ok, no icon") << vb::OKOnly << int(QMessageBox::NoIcon) << vb::OK << vb::OK;
         QTest::newRow("yes/no") << (vb::YesNo | vb::Question) << int(QMessageBox::Question) << vb::Yes
                                 << vb::No;
         QTest::newRow("yes/no, No the default") << (vb::YesNo | vb::Question | vb::DefaultButton2)
@@ -81,14 +78,6 @@ private slots:
         QCOMPARE(QtDesktop::answerOf(*box), defaultAnswer);
         const auto closed = desktop.messageBox(QStringLiteral("a"), flags, QStringLiteral("t"));
         QCOMPARE(QtDesktop::answerOf(*closed), escapeAnswer); // closed without a button
-    }
-
-    void pressedButtonAnswers()
-    {
-        QtDesktop desktop(m_state);
-        const auto box = desktop.messageBox(QStringLiteral("a"), vb::YesNo | vb::DefaultButton2, {});
-        box->button(QMessageBox::Yes)->click();
-        QCOMPARE(QtDesktop::answerOf(*box), vb::Yes);
     }
 
     void carriageReturnsBreakLinesAndTitleDefaults()
@@ -122,7 +111,6 @@ private slots:
         QTest::addColumn<int>("number");
         QTest::addColumn<QString>("file"); // empty: nothing to play
         QTest::newRow("1 error") << 1 << "somerro.wav";
-        QTest::newRow("6 hover") << 6 << "mousemov.wav";
         QTest::newRow("7 click") << 7 << "mousecli.wav";
         QTest::newRow("2 removed from Sons") << 2 << "";
         QTest::newRow("0") << 0 << "";
@@ -145,8 +133,6 @@ private slots:
         QTest::addColumn<QString>("path");
         QTest::newRow("3 Vendas") << "/opt/varemo/" << 3 << "/opt/varemo/Vendas";
         QTest::newRow("separator appended") << "/opt/varemo" << 10 << "/opt/varemo/Empresa";
-        QTest::newRow("1 Estoque") << "/opt/varemo/" << 1 << "/opt/varemo/Estoque";
-        QTest::newRow("0 starts nothing") << "/opt/varemo/" << 0 << "";
         QTest::newRow("11 starts nothing") << "/opt/varemo/" << 11 << "";
     }
 
@@ -189,8 +175,6 @@ private slots:
             << QRect(10, 20, 91, 280) << false;
         QTest::newRow("absent keys take their defaults")
             << QStringList {"Right", "500"} << true << QRect(0, 0, 500, 100) << false;
-        QTest::newRow("unreadable key counts as absent")
-            << QStringList {"Right", "muito", "Bottom", "400"} << false << QRect(0, 0, 100, 400) << false;
         QTest::newRow("maximised comes back maximised")
             << QStringList {"showCmd", "3", "Left", "5", "Top", "5", "Right", "805", "Bottom", "605"} << true
             << QRect(5, 5, 800, 600) << true;

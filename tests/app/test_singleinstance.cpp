@@ -93,15 +93,6 @@ private slots:
         QTRY_COMPARE(activations.size(), 1);
     }
 
-    void nameIsPlainAndPerTitle()
-    {
-        const QString name = InstanceGuard::serverName(QStringLiteral("Plano de Contas"));
-        QVERIFY(name.startsWith(QLatin1String("varemo-plano-de-contas-")));
-        QVERIFY(name != InstanceGuard::serverName(QStringLiteral("Módulo de Vendas")));
-        for (const QChar c : InstanceGuard::serverName(QStringLiteral("Módulo de Vendas")))
-            QVERIFY(c.unicode() < 0x80);
-    }
-
     void frontWindowComesBackRestored_data()
     {
         QTest::addColumn<int>("state");
@@ -109,7 +100,6 @@ private slots:
         QTest::newRow("minimised") << int(Qt::WindowMinimized) << int(Qt::WindowNoState);
         QTest::newRow("minimised from maximised")
             << int(Qt::WindowMinimized | Qt::WindowMaximized) << int(Qt::WindowMaximized);
-        QTest::newRow("hidden") << int(Qt::WindowNoState) << int(Qt::WindowNoState);
     }
 
     void frontWindowComesBackRestored()
