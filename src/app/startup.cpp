@@ -194,8 +194,10 @@ int runProgram(const QString& programFolder)
     QCoreApplication::processEvents();
 
     window = std::make_unique<Contas>(state, desktop);
-    if (!window->Form_Load())
-        return 1; // the failure was logged and shown; there is no window to hand over to
+    // A failed step was logged and shown; the window still opens with what it loaded.
+    window->Form_Load();
+    if (!state.mainWindowReady)
+        return 1; // nothing would ever take the splash down
     QuitOnClose quitOnClose;
     window->installEventFilter(&quitOnClose);
     splash.setMainWindow(window.get());
