@@ -1,5 +1,7 @@
 #include "app/singleinstance.h"
 
+#include <QCryptographicHash>
+#include <QDir>
 #include <QLocalServer>
 #include <QLocalSocket>
 #include <QWidget>
@@ -34,11 +36,9 @@ InstanceGuard::~InstanceGuard() = default;
 
 QString InstanceGuard::serverName(const QString& title)
 {
-    QString user = qEnvironmentVariable("USER");
-    if (user.isEmpty())
-        user = qEnvironmentVariable("USERNAME");
-    if (user.isEmpty())
-        user = QStringLiteral("usuario");
+    // One copy per person: the home folder tells people apart even where USER is not set.
+    const QString user = QString::fromLatin1(
+        QCryptographicHash::hash(QDir::homePath().toUtf8(), QCryptographicHash::Sha1).toHex().left(12));
     // Plain ASCII: the name becomes a file name on some platforms and a pipe name on others.
     QString name = QStringLiteral("varemo-%1-%2").arg(title, user).toLower();
     for (QChar& c : name) {
