@@ -10,15 +10,15 @@ namespace varemo {
 
 // The module's title: it names the settings store, the error-log lines and the About box.
 inline const QString AppTitle = QStringLiteral("Plano de Contas");
-inline const QString AppDescription = QStringLiteral(
-    "Cadastro do plano de contas financeiro da empresa: categorias, setores, grupos, "
-    "contas e itens, com procura por critérios e relatórios de receitas e despesas.");
+inline const QString AppDescription
+    = QStringLiteral("Cadastro do plano de contas financeiro da empresa: categorias, setores, grupos, "
+                     "contas e itens, com procura por critérios e relatórios de receitas e despesas.");
 
 // What the whole process shares: found at start-up, read by every window.
 struct AppState {
     QString programFolder; // always ends in the separator
-    QString dataFolder;    // the first line of Caminho.dad, exactly as written
-    QString databasePath;  // dataFolder + "Dados/empresa.mdb"
+    QString dataFolder; // the first line of Caminho.dad, exactly as written
+    QString databasePath; // dataFolder + "Dados/empresa.mdb"
     std::unique_ptr<Database> database;
     QString versionText;
     QString companyName;
@@ -33,9 +33,9 @@ struct AppState {
     int minor = VAREMO_VERSION_MINOR;
     int revision = VAREMO_VERSION_PATCH;
 
-    QString sql;           // the statement the last routine built
+    QString sql; // the statement the last routine built
     int searchResult = -1; // -1 none or cancelled; the criterion number while searching; the hits
-    QString periodStart;   // "dd-mm-yyyy"
+    QString periodStart; // "dd-mm-yyyy"
     QString periodEnd;
     bool confirmed = false;
 };

@@ -12,7 +12,9 @@ namespace varemo {
 class JetError : public std::runtime_error {
 public:
     JetError(qint32 number, const QString& description)
-        : std::runtime_error(description.toStdString()), m_number(number), m_description(description)
+        : std::runtime_error(description.toStdString())
+        , m_number(number)
+        , m_description(description)
     {
     }
 

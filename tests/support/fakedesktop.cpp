@@ -17,9 +17,8 @@ int FakeDesktop::msgbox(const QString& prompt, int buttons, const QString& title
 
 void FakeDesktop::showModal(QWidget& window)
 {
-    modalWindows << (window.objectName().isEmpty()
-                         ? QString::fromLatin1(window.metaObject()->className())
-                         : window.objectName());
+    modalWindows << (window.objectName().isEmpty() ? QString::fromLatin1(window.metaObject()->className())
+                                                   : window.objectName());
     if (!m_modals.empty()) {
         auto action = std::move(m_modals.front());
         m_modals.pop_front();

@@ -46,7 +46,7 @@ public:
     QStringList placementsSaved;
     int mailsSent = 0;
     int eventPumps = 0;
-    bool runningCopy = false;   // what activateRunningCopy answers
+    bool runningCopy = false; // what activateRunningCopy answers
     bool placementSaved = false; // what restorePlacement answers
     int activations = 0;
 

@@ -14,7 +14,7 @@ int main(int argc, char** argv)
     QTEST_SET_MAIN_SOURCE_PATH
 
     QString only;
-    QStringList qtestArgs{QString::fromLocal8Bit(argv[0])};
+    QStringList qtestArgs {QString::fromLocal8Bit(argv[0])};
     for (int i = 1; i < argc; ++i) {
         const QString arg = QString::fromLocal8Bit(argv[i]);
         if (i == 1 && !arg.startsWith(QLatin1Char('-')))

@@ -34,6 +34,6 @@ struct Registration {
 } // namespace varemo::test
 
 // At the end of a test file: VAREMO_TEST(TestDialect) then #include "test_dialect.moc".
-#define VAREMO_TEST(Class)                                                                         \
-    static const varemo::test::Registration varemoRegistration##Class(                            \
+#define VAREMO_TEST(Class)                                                                                   \
+    static const varemo::test::Registration varemoRegistration##Class(                                       \
         __FILE__, [] { return std::unique_ptr<QObject>(new Class); })
