@@ -319,14 +319,15 @@ int Recordset::recordCount() const
     return static_cast<int>(d->rows.size());
 }
 
+// A deleted row stays current until the next move: neither BOF nor EOF meanwhile.
 bool Recordset::bof() const
 {
-    return d->atBof();
+    return !d->deletedCurrent && d->atBof();
 }
 
 bool Recordset::eof() const
 {
-    return d->atEof();
+    return !d->deletedCurrent && d->atEof();
 }
 
 void Recordset::moveFirst()
