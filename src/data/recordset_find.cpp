@@ -1,0 +1,134 @@
+// Finds by Jet criteria text: compiled once per text, scanned in the rows' order, and
+// "Field = number" answered by a value index built on first use.
+#include "data/recordset.h"
+#include "data/recordset_p.h"
+
+namespace varemo {
+
+namespace {
+
+bool wholeNumber(const QVariant& value)
+{
+    return value.typeId() == QMetaType::LongLong;
+}
+
+} // namespace
+
+void Recordset::Private::indexAppended(const Row& row, int position)
+{
+    for (auto it = valueIndex.begin(); it != valueIndex.end(); ++it) {
+        if (!it.value())
+            continue;
+        const QVariant& value = row.at(it.key());
+        if (!value.isValid())
+            continue;
+        if (!wholeNumber(value))
+            it.value().reset();
+        else if (!it.value()->contains(value.toLongLong()))
+            it.value()->insert(value.toLongLong(), position);
+    }
+}
+
+const criteria::Predicate& Recordset::Private::predicate(const QString& text)
+{
+    auto it = predicates.find(text);
+    if (it == predicates.end()) {
+        criteria::Predicate compiled = criteria::compile(
+            text, [this](const QString& field) { return byName.value(field.toLower(), -1); });
+        it = predicates.insert(text, std::move(compiled));
+    }
+    return it.value();
+}
+
+// Scans from `from` towards `to` (inclusive, either direction). A find that fails
+// leaves the current record where it was.
+bool Recordset::Private::find(const QString& text, int from, int to)
+{
+    checkOpen();
+    const criteria::Predicate& matches = predicate(text);
+    const int step = from <= to ? 1 : -1;
+    if (!rows.isEmpty() && from >= 0 && from < rows.size()) {
+        for (int i = from; i != to + step; i += step) {
+            if (i < 0 || i >= rows.size())
+                break;
+            if (matches(rows.at(i))) {
+                go(i);
+                noMatch = false;
+                return true;
+            }
+        }
+    }
+    noMatch = true;
+    return false;
+}
+
+// The first row where a whole-number column equals the number, from the column's index;
+// nullopt when the index cannot answer (then the criteria are scanned).
+std::optional<int> Recordset::Private::indexedFirst(const QString& text)
+{
+    const std::optional<criteria::FieldEqualsNumber> equals = criteria::fieldEqualsNumber(text);
+    if (!equals)
+        return std::nullopt;
+    const int c = byName.value(equals->field.toLower(), -1);
+    if (c < 0)
+        return std::nullopt;
+    auto it = valueIndex.find(c);
+    if (it == valueIndex.end()) {
+        QHash<qint64, int> index;
+        bool usable = true;
+        index.reserve(rows.size());
+        for (int i = 0; i < rows.size() && usable; ++i) {
+            const QVariant& value = rows.at(i).at(c);
+            if (!value.isValid())
+                continue;
+            if (!wholeNumber(value))
+                usable = false;
+            else if (!index.contains(value.toLongLong()))
+                index.insert(value.toLongLong(), i);
+        }
+        it = valueIndex.insert(
+            c, usable ? std::optional<QHash<qint64, int>>(std::move(index)) : std::nullopt);
+    }
+    if (!it.value())
+        return std::nullopt;
+    return it.value()->value(equals->number, -1);
+}
+
+// --- finds --------------------------------------------------------------------------
+
+bool Recordset::findFirst(const QString& criteria)
+{
+    d->checkOpen();
+    if (const std::optional<int> found = d->indexedFirst(criteria)) {
+        // Same answer as the scan: the first row in order whose field equals the number.
+        d->noMatch = *found < 0;
+        if (*found >= 0)
+            d->go(*found);
+        return *found >= 0;
+    }
+    return d->find(criteria, 0, static_cast<int>(d->rows.size()) - 1);
+}
+
+bool Recordset::findLast(const QString& criteria)
+{
+    return d->find(criteria, static_cast<int>(d->rows.size()) - 1, 0);
+}
+
+bool Recordset::findNext(const QString& criteria)
+{
+    const int start = d->atBof() ? 0 : (d->deletedCurrent ? d->pos : d->pos + 1);
+    return d->find(criteria, start, static_cast<int>(d->rows.size()) - 1);
+}
+
+bool Recordset::findPrevious(const QString& criteria)
+{
+    const int start = d->atEof() ? static_cast<int>(d->rows.size()) - 1 : d->pos - 1;
+    return d->find(criteria, start, 0);
+}
+
+bool Recordset::noMatch() const
+{
+    return d->noMatch;
+}
+
+} // namespace varemo
