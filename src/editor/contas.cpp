@@ -112,6 +112,7 @@ bool Contas::Form_Load()
         NivelAtual = 4;
         PaginaAtiva = 0;
         MenuBotao(commands::ModeView);
+        showLevel(4, false, true);
     } catch (const JetError& error) {
         logError(m_state, m_desktop, rotina::AbrirPrograma, error.description(), error.number());
         loaded = false;
@@ -166,22 +167,6 @@ QTreeWidgetItem* Contas::node(const QString& key) const
 void Contas::MostraMarcas(qint32 reportCode)
 {
     showMarks(Arvore->topLevelItem(0), database(), reportCode, m_state.sql);
-}
-
-void Contas::Arvore_NodeClick(QTreeWidgetItem* item)
-{
-    // Making the clicked row current belongs to the browsing of records.
-    Q_UNUSED(item);
-}
-
-void Contas::Movimento_Click(int index)
-{
-    Q_UNUSED(index);
-}
-
-void Contas::MoveFiltro_Click(int index)
-{
-    Q_UNUSED(index);
 }
 
 void Contas::Salvar(int cancelar)

@@ -72,6 +72,24 @@ public:
     // Browsing.
     void Movimento_Click(int index);
     void MoveFiltro_Click(int index);
+    // The record counter and the hits text; skipped while a record is open for change.
+    void TotalDeRegistros();
+    // The current row's names into the fields of its page.
+    void PreencheCampos();
+    // After a search that marked `hits` items: the message, then the first hit.
+    void RelatorioEncontrados(int hits);
+    // Views level 1..4 on its page. `keepRow` looks for the row shown now in the new
+    // level; `reread` reads the page's query again even when it already holds the level.
+    void showLevel(int level, bool keepRow = true, bool reread = true);
+    // `Dados(PaginaAtiva)`, or nullptr for any other page or a page not yet read.
+    Recordset* dataSet() const;
+    // Makes current the row whose code at `level` is `code`; false when there is none.
+    bool relocate(int level, qint64 code);
+
+    // Product lines: the switch of a group choice and the two lists it leads to.
+    void DecideModoLinhas();
+    void PreencheLinhas(bool insumo);
+    void PreencheProdutos(bool insumo);
 
     // The list of saved reports.
     bool reportsVisible() const;
@@ -113,6 +131,14 @@ public:
     bool Gravou = false;
     qint32 CodigoGravado = 0;
     qint32 CodigoProcurado = 0;
+    std::array<int, 2> Posicao {}; // 1-based current position of each page
+    int Encontrados = 0; // items marked by the last search
+    int HitAtual = 0; // 1-based, among them
+    bool FiltroAtivo = false; // the hit buttons are in use
+    QString CriterioMove; // the last group move's criteria
+    int NivelPaginaNiveis = 0; // the level the level page holds, 0: none yet
+    bool ModoLinhas = false; // the account and item selectors list lines and products
+    bool Insumo = false; // ... of raw materials rather than goods
     QString Modo;
     qint32 CodigoRelatorio = 0; // the report chosen in Relatos, 0: none
     QString NomeRelatorio;
@@ -146,6 +172,13 @@ private:
     void placeFromScreen();
     void updateCaption();
     void closeRecordsets();
+    void openLevel(int level);
+    void syncPosition();
+    void moveRecord(int index);
+    void moveGroup(Recordset& rows, bool forward);
+    bool hitsInUse() const;
+    void setHitButtons();
+    void followInTree(const Recordset& rows);
 
     AppState& m_state;
     Desktop& m_desktop;

@@ -7,6 +7,7 @@
 #include "app/sobre.h"
 #include "app/state.h"
 #include "data/errors.h"
+#include "editor/browse.h"
 #include "editor/commands.h"
 #include "editor/contas.h"
 #include "editor/images.h"
@@ -167,6 +168,8 @@ bool Contas::runShellCommand(const QString& key)
             Salvar(1);
     } else if (key == QStringLiteral("ID_Relatorios")) {
         showReportList();
+    } else if (const int level = browse::viewLevel(key)) {
+        showLevel(level);
     } else {
         return false;
     }

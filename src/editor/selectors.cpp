@@ -44,6 +44,23 @@ QString unknownParentMessage(int level)
     }
 }
 
+QString booleanText(bool value)
+{
+    return value ? QStringLiteral("True") : QStringLiteral("False");
+}
+
+QString linesQuery(bool insumo)
+{
+    return QStringLiteral("SELECT Linhas.NomeLinha, Linhas.Insumo ") + QStringLiteral("FROM Linhas WHERE ")
+        + QStringLiteral("Insumo = ") + booleanText(insumo) + QStringLiteral(" ORDER BY Linhas.NomeLinha;");
+}
+
+QString productsQuery(qint64 lineCode)
+{
+    return QStringLiteral("SELECT * FROM Produtos WHERE ") + QStringLiteral("Produtos.CodigoLinha = ")
+        + QString::number(lineCode) + QStringLiteral(" ORDER BY Produtos.NomeProduto;");
+}
+
 } // namespace selectors
 
 namespace {
@@ -98,6 +115,19 @@ void Contas::Combo_Click(int index)
     try {
         for (int lower = index + 1; lower < 5; ++lower)
             Combo[static_cast<std::size_t>(lower)]->clearAll();
+        // Under the two purchase groups the accounts are product lines and the items their
+        // products, so the names typed match the product register.
+        if (index == 2) {
+            DecideModoLinhas();
+            if (ModoLinhas) {
+                PreencheLinhas(Insumo);
+                return;
+            }
+        }
+        if (index == 3 && ModoLinhas) {
+            PreencheProdutos(Insumo);
+            return;
+        }
         const QString chosen = Combo[static_cast<std::size_t>(index)]->text();
         Recordset& table = *Nivel[static_cast<std::size_t>(index)];
         if (table.findFirst(QStringLiteral("Nome = '") + chosen + QLatin1Char('\'')))
@@ -109,6 +139,59 @@ void Contas::Combo_Click(int index)
     } catch (const JetError& error) {
         logError(m_state, m_desktop, selectors::Routine, error.description(), error.number());
     }
+}
+
+void Contas::DecideModoLinhas()
+{
+    ModoLinhas = false;
+    // Compared as stored, case included: a group spelt otherwise is an ordinary one.
+    if (Combo[1]->text() != selectors::PurchaseSector)
+        return;
+    if (Combo[2]->text() == selectors::SupplyGroup) {
+        Insumo = true;
+        ModoLinhas = true;
+    } else if (Combo[2]->text() == selectors::GoodsGroup) {
+        Insumo = false;
+        ModoLinhas = true;
+    }
+}
+
+void Contas::PreencheLinhas(bool insumo)
+{
+    m_state.sql = selectors::linesQuery(insumo);
+    Rascunho = database().openRecordset(m_state.sql);
+    QStringList names;
+    const int column = Rascunho->fieldIndex(QStringLiteral("NomeLinha"));
+    for (const auto& row : Rascunho->rows()) {
+        if (!row.at(column).isNull())
+            names << row.at(column).toString();
+    }
+    Rascunho.reset();
+    Combo[3]->fill(names);
+}
+
+void Contas::PreencheProdutos(bool insumo)
+{
+    const QString line = Combo[3]->text();
+    if (Linhas == nullptr
+        || !Linhas->findFirst(QStringLiteral("NomeLinha = '") + line + QStringLiteral("' AND Insumo = ")
+            + selectors::booleanText(insumo))) {
+        Combo[3]->setText(QString());
+        m_desktop.msgbox(QStringLiteral("Não existem Produtos ou Linha de produto errada!"), vb::Information,
+            QStringLiteral("Não existem produtos nesta linha"));
+        return;
+    }
+    const qint64 code = Linhas->value(QStringLiteral("Produtos.CodigoLinha")).toLongLong();
+    m_state.sql = selectors::productsQuery(code);
+    Rascunho = database().openRecordset(m_state.sql);
+    QStringList names;
+    const int column = Rascunho->fieldIndex(QStringLiteral("NomeProduto"));
+    for (const auto& row : Rascunho->rows()) {
+        if (!row.at(column).isNull())
+            names << row.at(column).toString();
+    }
+    Rascunho.reset();
+    Combo[4]->fill(names);
 }
 
 } // namespace varemo

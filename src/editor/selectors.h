@@ -14,6 +14,18 @@ QString cascadeQuery(int index, qint32 parentCode);
 // What filling selector `level` (1..4) says when the name above it is no row.
 QString unknownParentMessage(int level);
 
+// Jet's boolean literal.
+QString booleanText(bool value);
+// The product lines of goods or of raw materials, by name.
+QString linesQuery(bool insumo);
+// The products of one line, by name.
+QString productsQuery(qint64 lineCode);
+
+// The sector and the two groups whose accounts are product lines.
+inline const QString PurchaseSector = QStringLiteral("Despesas Fornecedores");
+inline const QString GoodsGroup = QStringLiteral("Fornecedores Produtos");
+inline const QString SupplyGroup = QStringLiteral("Fornecedores Insumos");
+
 inline const QString CodeNotFound = QStringLiteral("CodigoProcurado não encontrado");
 inline const QString Routine = QStringLiteral("Preenchendo Seletor");
 

@@ -74,9 +74,13 @@ private slots:
         const QMap<QString, QString> shape = treeShape(root);
         QCOMPARE(shape.size(), 3 + 4 + 6 + 7 + 9);
         QCOMPARE(shape, tableShape(fx.company));
-        // Only the root is open, every node starts unmarked, and codes repeat across levels.
-        varemo::walkTree(root, [root](QTreeWidgetItem* node) {
-            QCOMPARE(node->isExpanded(), node == root);
+        // Only the root and the branch of the record shown (item 6) are open, every node
+        // starts unmarked, and codes repeat across levels.
+        QCOMPARE(varemo::nodeKeyOf(tree->currentItem()), QStringLiteral("6N4"));
+        const QStringList open = {QStringLiteral("NI"), QStringLiteral("2N0"), QStringLiteral("3N1"),
+            QStringLiteral("5N2"), QStringLiteral("5N3")};
+        varemo::walkTree(root, [&open](QTreeWidgetItem* node) {
+            QCOMPARE(node->isExpanded(), open.contains(varemo::nodeKeyOf(node)));
             QCOMPARE(varemo::nodeImage(node), QStringLiteral("Nenhum"));
         });
         QCOMPARE(fx.window->node(QStringLiteral("5N3"))->text(0), QStringLiteral("Aluguel e condomínio"));
@@ -238,12 +242,11 @@ private slots:
             QStringLiteral("Rotina em que houve o erro: Erro ao Abrir Programa")));
     }
 
-    void loadFillsOnlyTheCategorySelector()
+    void loadFillsOnlyTheCategoryList()
     {
         LoadedContas fx;
         QCOMPARE(fx.window->Combo[0]->names(),
             (QStringList {QStringLiteral("Despesas"), QStringLiteral("Receitas"), QStringLiteral("Vazia")}));
-        QCOMPARE(fx.window->Combo[0]->text(), QString());
         for (int level = 1; level < 5; ++level)
             QCOMPARE(fx.window->Combo[static_cast<std::size_t>(level)]->count(), 0);
         QCOMPARE(fx.window->Relatos->count(), 1);
