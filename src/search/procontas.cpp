@@ -110,7 +110,6 @@ void ProContas::buildRows(QWidget* box)
             chave->setFixedWidth(52);
             chave->setAutoDefault(false);
             chave->setToolTip(QStringLiteral("Clique para alternar entre (e o) e (ou)"));
-            chave->installEventFilter(this);
             connect(chave, &QPushButton::clicked, this, [this, i] { Chave_Click(i); });
             Chave[slot] = chave;
             grid->addWidget(chave, i + 1, 0);
@@ -301,6 +300,7 @@ void ProContas::keyPressEvent(QKeyEvent* event)
 
 bool ProContas::eventFilter(QObject* watched, QEvent* event)
 {
+    // Only the window's buttons sound on hovering; the link buttons sound only when clicked.
     if (event->type() == QEvent::Enter && qobject_cast<QPushButton*>(watched))
         m_desktop.playSound(HoverSound);
     return QDialog::eventFilter(watched, event);

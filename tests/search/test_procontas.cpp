@@ -2,6 +2,7 @@
 #include "searchfixture.h"
 #include "support/testregistry.h"
 
+#include <QApplication>
 #include <QComboBox>
 #include <QFile>
 #include <QLineEdit>
@@ -111,6 +112,12 @@ private slots:
         QCOMPARE(fixture.desktop.helpContexts, QList<int> {25000});
         QTest::keyClick(&window, Qt::Key_Escape);
         QVERIFY(window.isHidden());
+        fixture.desktop.sounds.clear();
+        for (QWidget* hovered : {window.Chave[1], window.BotaoMais[0], window.BotaoProcura[2]}) {
+            QEvent enter(QEvent::Enter);
+            QApplication::sendEvent(hovered, &enter);
+        }
+        QCOMPARE(fixture.desktop.sounds, (QList<int> {ProContas::HoverSound, ProContas::HoverSound}));
     }
 };
 
