@@ -15,6 +15,7 @@
 #include <QPushButton>
 #include <QSignalBlocker>
 #include <QTabWidget>
+#include <QTimer>
 #include <QTreeWidget>
 
 namespace varemo {
@@ -373,11 +374,22 @@ void Contas::followInTree(const Recordset& rows)
         return;
     const QVariant code = rows.value(field);
     QTreeWidgetItem* item = code.isNull() ? nullptr : node(nodeKey(code.toLongLong(), NivelAtual));
-    if (item != nullptr && Arvore->currentItem() != item) {
+    if (item == nullptr || Arvore->currentItem() == item)
+        return;
+    {
         const QSignalBlocker blocker(Arvore);
         Arvore->setCurrentItem(item);
-        Arvore->scrollToItem(item);
     }
+    // Opening a branch of thousands of items takes milliseconds: it is done once the moves
+    // stop, for the row shown last, so that holding a move key stays quick.
+    if (m_treeFollowPending)
+        return;
+    m_treeFollowPending = true;
+    QTimer::singleShot(0, this, [this] {
+        m_treeFollowPending = false;
+        if (QTreeWidgetItem* current = Arvore->currentItem())
+            Arvore->scrollToItem(current);
+    });
 }
 
 void Contas::MoveFiltro_Click(int index)

@@ -186,6 +186,7 @@ private:
     QHash<QString, QMenu*> m_menus;
     QHash<QString, QTreeWidgetItem*> m_nodes;
     bool m_unloaded = false;
+    bool m_treeFollowPending = false;
 };
 
 } // namespace varemo

@@ -372,6 +372,33 @@ private slots:
         QCOMPARE(fields[static_cast<std::size_t>(level)]->text(), name);
         QVERIFY(fx.desktop.boxes.isEmpty());
     }
+
+    void movesAndClicksReadNothingAgain_data()
+    {
+        QTest::addColumn<QString>("view");
+        QTest::addColumn<QStringList>("keys");
+        QTest::newRow("items") << QString()
+                               << QStringList {QStringLiteral("2N4"), QStringLiteral("5N3"),
+                                      QStringLiteral("1N0"), QStringLiteral("9N4")};
+        QTest::newRow("accounts") << QStringLiteral("ID_Conta")
+                                  << QStringList {QStringLiteral("6N3"), QStringLiteral("2N1")};
+    }
+    void movesAndClicksReadNothingAgain()
+    {
+        QFETCH(QString, view);
+        QFETCH(QStringList, keys);
+        LoadedContas fx;
+        if (!view.isEmpty())
+            fx.window->tool_click(view);
+        QStringList statements;
+        fx.state.database->statementHook = [&statements](const QString& sql) { statements << sql; };
+        for (int index = 0; index < 6; ++index)
+            fx.window->Movimento_Click(index);
+        for (const QString& key : keys)
+            fx.window->Arvore_NodeClick(fx.window->node(key));
+        fx.window->MoveFiltro_Click(0);
+        QCOMPARE(statements, QStringList());
+    }
 };
 
 VAREMO_TEST(TestBrowsing);

@@ -74,17 +74,18 @@ private slots:
         const QMap<QString, QString> shape = treeShape(root);
         QCOMPARE(shape.size(), 3 + 4 + 6 + 7 + 9);
         QCOMPARE(shape, tableShape(fx.company));
-        // Only the root and the branch of the record shown (item 6) are open, every node
-        // starts unmarked, and codes repeat across levels.
+        // Only the root is open, every node starts unmarked, and codes repeat across levels.
+        // The record shown (item 6) is current; its branch opens once events run.
         QCOMPARE(varemo::nodeKeyOf(tree->currentItem()), QStringLiteral("6N4"));
-        const QStringList open = {QStringLiteral("NI"), QStringLiteral("2N0"), QStringLiteral("3N1"),
-            QStringLiteral("5N2"), QStringLiteral("5N3")};
-        varemo::walkTree(root, [&open](QTreeWidgetItem* node) {
-            QCOMPARE(node->isExpanded(), open.contains(varemo::nodeKeyOf(node)));
+        varemo::walkTree(root, [root](QTreeWidgetItem* node) {
+            QCOMPARE(node->isExpanded(), node == root);
             QCOMPARE(varemo::nodeImage(node), QStringLiteral("Nenhum"));
         });
         QCOMPARE(fx.window->node(QStringLiteral("5N3"))->text(0), QStringLiteral("Aluguel e condomínio"));
         QCOMPARE(fx.window->node(QStringLiteral("5N2"))->text(0), QStringLiteral("Ocupação"));
+        QTRY_VERIFY(fx.window->node(QStringLiteral("5N3"))->isExpanded());
+        QVERIFY(fx.window->node(QStringLiteral("2N0"))->isExpanded());
+        QVERIFY(!fx.window->node(QStringLiteral("1N0"))->isExpanded());
     }
 
     void siblingsAreInNameOrder_data()
