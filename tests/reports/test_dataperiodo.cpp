@@ -1,0 +1,294 @@
+#include "app/state.h"
+#include "reports/dataperiodo.h"
+#include "reports/datebox.h"
+#include "support/company.h"
+#include "support/fakedesktop.h"
+#include "support/testregistry.h"
+
+#include <QComboBox>
+#include <QFile>
+#include <QGroupBox>
+#include <QPushButton>
+#include <QRadioButton>
+#include <QRegularExpression>
+#include <QTest>
+
+using namespace varemo;
+
+namespace {
+
+// A company, the program's state on it and the period window opened over it on a Saturday.
+struct Opened {
+    explicit Opened(const QString& change = {}, int busyTimeoutMs = Database::BusyTimeoutMs)
+    {
+        if (!change.isEmpty())
+            company.exec(change);
+        company.closeSql();
+        state.dataFolder = company.dataFolder();
+        state.database = Database::open(company.databasePath(), busyTimeoutMs);
+        window = std::make_unique<DataPeriodo>(state, desktop, QDate(2024, 4, 20));
+        window->show();
+    }
+
+    // One step as the person takes it: "o3" option 3, "t0" period type 0, "s2" week start 2,
+    // "d0=1003" typed from the start of box 0 (the mask types over), "x0=12-03-" pasted, "u1" Up.
+    void run(const QString& step)
+    {
+        const int index = step.mid(1, 1).toInt();
+        DateBox* box = window->Datas[std::size_t(qMin(index, 1))];
+        if (step[0] == QLatin1Char('o'))
+            window->Opcao[std::size_t(index)]->click();
+        else if (step[0] == QLatin1Char('t'))
+            window->OpcaoRetrocede[std::size_t(index)]->click();
+        else if (step[0] == QLatin1Char('s'))
+            window->InicioSemana->setCurrentIndex(index - 1);
+        box->setFocus();
+        box->setCursorPosition(0);
+        if (step[0] == QLatin1Char('d'))
+            QTest::keyClicks(box, step.mid(3));
+        else if (step[0] == QLatin1Char('x'))
+            box->setText(step.mid(3));
+        else if (step[0] == QLatin1Char('u'))
+            QTest::keyClick(box, Qt::Key_Up);
+    }
+
+    // The two boxes and the checked option: "14-04-2024 20-04-2024 1".
+    QString shown() const
+    {
+        int checked = -1;
+        for (int i = 0; i < 6; ++i)
+            checked = window->Opcao[std::size_t(i)]->isChecked() ? i : checked;
+        return QStringLiteral("%1 %2 %3")
+            .arg(window->Datas[0]->text(), window->Datas[1]->text())
+            .arg(checked);
+    }
+
+    // InicioSemana and RetroAtivo as stored: "1 0".
+    QString stored()
+    {
+        const QString text
+            = company.scalar(QStringLiteral("SELECT InicioSemana || ' ' || RetroAtivo FROM DadosEmpresa"))
+                  .toString();
+        company.closeSql();
+        return text;
+    }
+
+    test::TestCompany company;
+    AppState state;
+    test::FakeDesktop desktop;
+    std::unique_ptr<DataPeriodo> window;
+};
+
+} // namespace
+
+class TestDataPeriodo : public QObject {
+    Q_OBJECT
+
+private slots:
+    void opening_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QString>("settings"); // week start, period type, the options' frame
+        QTest::addColumn<QString>("shown");
+        const QString sundayComplete = QStringLiteral("Domingo &Completo  Escolha Período (completo) ");
+        QTest::newRow("domingo, completo") << QString() << sundayComplete << "14-04-2024 20-04-2024 1";
+        // The week is computed twice, the second time around the first result's start.
+        QTest::newRow("segunda, retroativo") << "UPDATE DadosEmpresa SET InicioSemana = 2, RetroAtivo = 1"
+                                             << "Segunda-feira &Retroativo  Escolha Período (retroativo) "
+                                             << "08-04-2024 14-04-2024 1";
+        QTest::newRow("dia fora da semana") << "UPDATE DadosEmpresa SET InicioSemana = 9, RetroAtivo = NULL"
+                                            << sundayComplete << "14-04-2024 20-04-2024 1";
+        QTest::newRow("sem registro da empresa")
+            << "DELETE FROM DadosEmpresa" << sundayComplete << "14-04-2024 20-04-2024 1";
+    }
+
+    void opening()
+    {
+        QFETCH(QString, change);
+        QFETCH(QString, settings);
+        QFETCH(QString, shown);
+        Opened fx(change);
+        const DataPeriodo& window = *fx.window;
+        const auto type = std::size_t(window.OpcaoRetrocede[0]->isChecked() ? 0 : 1);
+        QVERIFY(window.OpcaoRetrocede[type]->isChecked() != window.OpcaoRetrocede[1 - type]->isChecked());
+        QCOMPARE(window.InicioSemana->currentText() + QLatin1Char(' ') + window.OpcaoRetrocede[type]->text()
+                + QLatin1Char(' ') + window.Flamula->title(),
+            settings);
+        QCOMPARE(fx.shown(), shown);
+        QCOMPARE(window.heightTwips(), DataPeriodo::CompactHeight);
+        QCOMPARE(fx.desktop.sounds, QList<int> {DataPeriodo::ClickSound});
+    }
+
+    void reactions_data()
+    {
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QStringList>("shown"); // after each step
+        QTest::newRow("cada opção em volta da data inicial")
+            << QStringList {"o3", "o1", "o2", "o4", "o0"}
+            << QStringList {"01-04-2024 30-04-2024 3", "31-03-2024 06-04-2024 1", "16-03-2024 31-03-2024 2",
+                   "01-01-2024 30-06-2024 4", "01-01-2024 01-01-2024 0"};
+        QTest::newRow("período livre não mexe")
+            << QStringList {"o5"} << QStringList {"14-04-2024 20-04-2024 5"};
+        QTest::newRow("retroativo e completo")
+            << QStringList {"o3", "t0", "t1"}
+            << QStringList {"01-04-2024 30-04-2024 3", "01-03-2024 01-04-2024 3", "01-03-2024 31-03-2024 3"};
+        QTest::newRow("início da semana")
+            << QStringList {"s2", "s4"} << QStringList {"08-04-2024 14-04-2024 1", "03-04-2024 09-04-2024 1"};
+        QTest::newRow("data inicial digitada") << QStringList {
+            "d0=1003", "o3"} << QStringList {"10-03-2024 20-04-2024 5", "01-03-2024 31-03-2024 3"};
+        QTest::newRow("data final digitada")
+            << QStringList {"d1=30"} << QStringList {"14-04-2024 30-04-2024 5"};
+        QTest::newRow("digitada logo após uma opção") << QStringList {
+            "o3", "d0=2"} << QStringList {"01-04-2024 30-04-2024 3", "21-04-2024 30-04-2024 5"};
+        QTest::newRow("seta para cima") << QStringList {"u1"} << QStringList {"14-04-2024 21-04-2024 5"};
+        QTest::newRow("domingo digitado, semana de segunda")
+            << QStringList {"s2", "d0=21", "o1"}
+            << QStringList {"08-04-2024 14-04-2024 1", "21-04-2024 14-04-2024 5", "15-04-2024 21-04-2024 1"};
+    }
+
+    void reactions()
+    {
+        QFETCH(QStringList, steps);
+        QFETCH(QStringList, shown);
+        Opened fx;
+        for (qsizetype i = 0; i < steps.size(); ++i) {
+            fx.run(steps[i]);
+            QCOMPARE(fx.shown(), shown[i]);
+        }
+        QCOMPARE(fx.desktop.sounds.size(), 1 + steps.filter(QRegularExpression("^[odu]")).size());
+    }
+
+    void confirm_data()
+    {
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QStringList>("steps");
+        QTest::addColumn<QString>("outcome"); // the period handed over, or the refusal and its box
+        QTest::addColumn<QString>("stored");
+        QTest::newRow("31 de fevereiro")
+            << QString() << QStringList {"d0=3102", "s4"} << "A data inicial não é correta 0"
+            << "1 0";
+        QTest::newRow("meio digitada")
+            << QString() << QStringList {"x0=12-03-", "d1=31"} << "A data inicial não é correta 0"
+            << "1 0";
+        QTest::newRow("final errada") << QString() << QStringList {"d1=00"} << "A data final não é correta 1"
+                                      << "1 0";
+        QTest::newRow("final antes da inicial") << QString() << QStringList {"d0=21"}
+                                                << "A data final deve ser igual ou posterior à data inicial 1"
+                                                << "1 0";
+        QTest::newRow("quarta e retroativo")
+            << QString() << QStringList {"s4", "t0", "o2"} << "21-03-2024 04-04-2024"
+            << "4 1";
+        QTest::newRow("um dia, de volta a domingo e completo")
+            << "UPDATE DadosEmpresa SET InicioSemana = 6, RetroAtivo = 1" << QStringList {"s1", "t1", "o0"}
+            << "31-03-2024 31-03-2024"
+            << "1 0";
+    }
+
+    void confirm()
+    {
+        QFETCH(QString, change);
+        QFETCH(QStringList, steps);
+        QFETCH(QString, outcome);
+        QFETCH(QString, stored);
+        Opened fx(change);
+        for (const QString& step : steps)
+            fx.run(step);
+        QStringList writes;
+        fx.state.database->statementHook = [&writes](const QString& sql) {
+            if (!sql.startsWith(QLatin1String("SELECT"), Qt::CaseInsensitive))
+                writes << sql.section(QLatin1Char(' '), 0, 0).toUpper();
+        };
+        fx.window->Botao[1]->setFocus();
+        fx.window->Botao[1]->click();
+        QCOMPARE(fx.stored(), stored);
+        const bool refused = !fx.desktop.boxes.isEmpty();
+        QCOMPARE(fx.state.confirmed, !refused);
+        QCOMPARE(fx.window->isVisible(), refused);
+        if (!refused) {
+            QCOMPARE(writes, (QStringList {"BEGIN", "UPDATE", "COMMIT"})); // one unit of work
+            QCOMPARE(fx.state.periodStart + QLatin1Char(' ') + fx.state.periodEnd, outcome);
+            return;
+        }
+        QVERIFY(writes.isEmpty());
+        QCOMPARE(fx.desktop.boxes.size(), 1);
+        QCOMPARE(fx.desktop.boxes[0].buttons, vb::Information);
+        QCOMPARE(fx.desktop.boxes[0].title, QStringLiteral("Data Incorreta"));
+        const QWidget* box = fx.window->focusWidget();
+        const int focused = box == fx.window->Datas[0] ? 0 : box == fx.window->Datas[1] ? 1 : -1;
+        QCOMPARE(fx.desktop.boxes[0].prompt + QStringLiteral(" %1").arg(focused), outcome);
+    }
+
+    void writeFailureIsLoggedAndLeavesNothing()
+    {
+        Opened fx({}, 50);
+        fx.run(QStringLiteral("s5"));
+        fx.run(QStringLiteral("t0"));
+        fx.company.exec(QStringLiteral("BEGIN IMMEDIATE")); // another module holds the file
+        fx.window->Botao_Click(1);
+        QCOMPARE(fx.desktop.boxes.size(), 1);
+        QCOMPARE(fx.desktop.boxes[0].title, QStringLiteral("Tratamento de Erros"));
+        QFile log(fx.company.errorLogPath());
+        QVERIFY(log.open(QIODevice::ReadOnly));
+        QVERIFY(log.readAll().contains("Rotina: Per\xedodo do Relat\xf3rio\r\n"));
+        QVERIFY(!fx.state.confirmed);
+        QVERIFY(fx.window->isVisible());
+        fx.company.exec(QStringLiteral("ROLLBACK"));
+        QCOMPARE(fx.stored(), QStringLiteral("1 0"));
+        fx.window->Botao_Click(1);
+        QVERIFY(fx.state.confirmed);
+        QCOMPARE(fx.stored(), QStringLiteral("5 1"));
+    }
+
+    void cancel_data()
+    {
+        QTest::addColumn<bool>("escape");
+        QTest::newRow("botão cancelar") << false;
+        QTest::newRow("Esc") << true;
+    }
+
+    void cancel()
+    {
+        QFETCH(bool, escape);
+        Opened fx;
+        fx.run(QStringLiteral("s7"));
+        fx.run(QStringLiteral("t0"));
+        fx.state.confirmed = true;
+        fx.desktop.sounds.clear();
+        if (escape)
+            QTest::keyClick(fx.window.get(), Qt::Key_Escape);
+        else
+            fx.window->Botao[0]->click();
+        QVERIFY(!fx.state.confirmed);
+        QVERIFY(!fx.window->isVisible());
+        QCOMPARE(fx.desktop.sounds, escape ? QList<int>() : QList<int> {DataPeriodo::ClickSound});
+        QCOMPARE(fx.stored(), QStringLiteral("1 0"));
+    }
+
+    void expandAndCollapse_data()
+    {
+        QTest::addColumn<int>("heightBefore"); // pixels
+        QTest::addColumn<bool>("expanded");
+        QTest::newRow("compacta") << 310 << true;
+        QTest::newRow("expandida") << 630 << false;
+        QTest::newRow("outra altura") << 400 << false;
+    }
+
+    void expandAndCollapse()
+    {
+        QFETCH(int, heightBefore);
+        QFETCH(bool, expanded);
+        Opened fx;
+        const QImage expandPicture = fx.window->Botao[2]->icon().pixmap(18).toImage();
+        fx.window->setFixedHeight(heightBefore);
+        fx.window->Botao[2]->click();
+        QCOMPARE(
+            fx.window->heightTwips(), expanded ? DataPeriodo::ExpandedHeight : DataPeriodo::CompactHeight);
+        QCOMPARE(fx.window->width() * DataPeriodo::TwipsPerPixel, DataPeriodo::Width);
+        QCOMPARE(fx.window->Extra->isVisible(), expanded);
+        QCOMPARE(fx.window->Botao[2]->icon().pixmap(18).toImage() == expandPicture, !expanded);
+        QCOMPARE(fx.desktop.sounds.size(), 2); // the opening's option click and this press
+    }
+};
+
+VAREMO_TEST(TestDataPeriodo);
+#include "test_dataperiodo.moc"
