@@ -115,11 +115,18 @@ QWidget* DataPeriodo::buildCompact()
     auto* column = new QVBoxLayout(compact);
     column->setContentsMargins(10, 8, 10, 10);
 
-    Flamula = new QGroupBox(QStringLiteral(" Escolha Opção para o Período "), compact);
-    auto* options = new QGridLayout(Flamula);
+    // The outer frame names the period type, so the choice made in the expanded part shows
+    // while it is collapsed.
+    Flamula = new QGroupBox(compact);
+    auto* flamulaLayout = new QVBoxLayout(Flamula);
+    flamulaLayout->setContentsMargins(6, 2, 6, 4);
+    auto* choose = new QGroupBox(QStringLiteral(" Escolha Opção para o Período "), Flamula);
+    flamulaLayout->addWidget(choose);
+    auto* options = new QGridLayout(choose);
     options->setHorizontalSpacing(24);
+    options->setVerticalSpacing(2);
     for (int index = 0; index < periodo::OptionCount; ++index) {
-        auto* button = new QRadioButton(QString::fromUtf8(OptionCaptions[std::size_t(index)]), Flamula);
+        auto* button = new QRadioButton(QString::fromUtf8(OptionCaptions[std::size_t(index)]), choose);
         button->setObjectName(QStringLiteral("Opcao%1").arg(index));
         options->addWidget(button, index % 3, index / 3);
         Opcao[std::size_t(index)] = button;

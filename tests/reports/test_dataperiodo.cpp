@@ -31,25 +31,34 @@ struct Opened {
     }
 
     // One step as the person takes it: "o3" option 3, "t0" period type 0, "s2" week start 2,
-    // "d0=1003" typed from the start of box 0 (the mask types over), "x0=12-03-" pasted, "u1" Up.
+    // "b1" button 1, "esc"; in a date box: "d0=1003" typed from its start (the mask types
+    // over), "x0=12-03-" pasted, "u1" Up.
     void run(const QString& step)
     {
+        const QChar kind = step[0];
         const int index = step.mid(1, 1).toInt();
         DateBox* box = window->Datas[std::size_t(qMin(index, 1))];
-        if (step[0] == QLatin1Char('o'))
+        if (kind == QLatin1Char('o')) {
             window->Opcao[std::size_t(index)]->click();
-        else if (step[0] == QLatin1Char('t'))
+        } else if (kind == QLatin1Char('t')) {
             window->OpcaoRetrocede[std::size_t(index)]->click();
-        else if (step[0] == QLatin1Char('s'))
+        } else if (kind == QLatin1Char('s')) {
             window->InicioSemana->setCurrentIndex(index - 1);
-        box->setFocus();
-        box->setCursorPosition(0);
-        if (step[0] == QLatin1Char('d'))
-            QTest::keyClicks(box, step.mid(3));
-        else if (step[0] == QLatin1Char('x'))
-            box->setText(step.mid(3));
-        else if (step[0] == QLatin1Char('u'))
-            QTest::keyClick(box, Qt::Key_Up);
+        } else if (kind == QLatin1Char('b')) {
+            window->Botao[std::size_t(index)]->setFocus();
+            window->Botao[std::size_t(index)]->click();
+        } else if (kind == QLatin1Char('e')) {
+            QTest::keyClick(window.get(), Qt::Key_Escape);
+        } else {
+            box->setFocus();
+            box->setCursorPosition(0);
+            if (kind == QLatin1Char('d'))
+                QTest::keyClicks(box, step.mid(3));
+            else if (kind == QLatin1Char('x'))
+                box->setText(step.mid(3));
+            else
+                QTest::keyClick(box, Qt::Key_Up);
+        }
     }
 
     // The two boxes and the checked option: "14-04-2024 20-04-2024 1".
@@ -158,58 +167,61 @@ private slots:
         QCOMPARE(fx.desktop.sounds.size(), 1 + steps.filter(QRegularExpression("^[odu]")).size());
     }
 
-    void confirm_data()
+    void closing_data()
     {
         QTest::addColumn<QString>("change");
         QTest::addColumn<QStringList>("steps");
-        QTest::addColumn<QString>("outcome"); // the period handed over, or the refusal and its box
+        QTest::addColumn<QString>("outcome"); // the period handed over, the refusal and its box, or nothing
         QTest::addColumn<QString>("stored");
         QTest::newRow("31 de fevereiro")
-            << QString() << QStringList {"d0=3102", "s4"} << "A data inicial não é correta 0"
+            << QString() << QStringList {"d0=3102", "s4", "b1"} << "A data inicial não é correta 0"
             << "1 0";
         QTest::newRow("meio digitada")
-            << QString() << QStringList {"x0=12-03-", "d1=31"} << "A data inicial não é correta 0"
+            << QString() << QStringList {"x0=12-03-", "d1=31", "b1"} << "A data inicial não é correta 0"
             << "1 0";
-        QTest::newRow("final errada") << QString() << QStringList {"d1=00"} << "A data final não é correta 1"
-                                      << "1 0";
-        QTest::newRow("final antes da inicial") << QString() << QStringList {"d0=21"}
+        QTest::newRow("final errada")
+            << QString() << QStringList {"d1=00", "b1"} << "A data final não é correta 1"
+            << "1 0";
+        QTest::newRow("final antes da inicial") << QString() << QStringList {"d0=21", "b1"}
                                                 << "A data final deve ser igual ou posterior à data inicial 1"
                                                 << "1 0";
         QTest::newRow("quarta e retroativo")
-            << QString() << QStringList {"s4", "t0", "o2"} << "21-03-2024 04-04-2024"
+            << QString() << QStringList {"s4", "t0", "o2", "b1"} << "21-03-2024 04-04-2024"
             << "4 1";
         QTest::newRow("um dia, de volta a domingo e completo")
-            << "UPDATE DadosEmpresa SET InicioSemana = 6, RetroAtivo = 1" << QStringList {"s1", "t1", "o0"}
-            << "31-03-2024 31-03-2024"
+            << "UPDATE DadosEmpresa SET InicioSemana = 6, RetroAtivo = 1"
+            << QStringList {"s1", "t1", "o0", "b1"} << "31-03-2024 31-03-2024"
             << "1 0";
+        QTest::newRow("cancelar") << QString() << QStringList {"s7", "t0", "b0"} << QString() << "1 0";
+        QTest::newRow("Esc") << QString() << QStringList {"s7", "t0", "esc"} << QString() << "1 0";
     }
 
-    void confirm()
+    void closing()
     {
         QFETCH(QString, change);
         QFETCH(QStringList, steps);
         QFETCH(QString, outcome);
         QFETCH(QString, stored);
         Opened fx(change);
-        for (const QString& step : steps)
-            fx.run(step);
+        fx.state.confirmed = outcome.isEmpty(); // a cancel clears an earlier confirmation
         QStringList writes;
         fx.state.database->statementHook = [&writes](const QString& sql) {
             if (!sql.startsWith(QLatin1String("SELECT"), Qt::CaseInsensitive))
                 writes << sql.section(QLatin1Char(' '), 0, 0).toUpper();
         };
-        fx.window->Botao[1]->setFocus();
-        fx.window->Botao[1]->click();
+        for (const QString& step : steps)
+            fx.run(step);
         QCOMPARE(fx.stored(), stored);
         const bool refused = !fx.desktop.boxes.isEmpty();
-        QCOMPARE(fx.state.confirmed, !refused);
+        const bool accepted = !refused && !outcome.isEmpty();
+        QCOMPARE(fx.state.confirmed, accepted);
         QCOMPARE(fx.window->isVisible(), refused);
-        if (!refused) {
-            QCOMPARE(writes, (QStringList {"BEGIN", "UPDATE", "COMMIT"})); // one unit of work
+        const QStringList oneUnit {"BEGIN", "UPDATE", "COMMIT"};
+        QCOMPARE(writes, accepted ? oneUnit : QStringList());
+        if (accepted)
             QCOMPARE(fx.state.periodStart + QLatin1Char(' ') + fx.state.periodEnd, outcome);
+        if (!refused)
             return;
-        }
-        QVERIFY(writes.isEmpty());
         QCOMPARE(fx.desktop.boxes.size(), 1);
         QCOMPARE(fx.desktop.boxes[0].buttons, vb::Information);
         QCOMPARE(fx.desktop.boxes[0].title, QStringLiteral("Data Incorreta"));
@@ -237,31 +249,6 @@ private slots:
         fx.window->Botao_Click(1);
         QVERIFY(fx.state.confirmed);
         QCOMPARE(fx.stored(), QStringLiteral("5 1"));
-    }
-
-    void cancel_data()
-    {
-        QTest::addColumn<bool>("escape");
-        QTest::newRow("botão cancelar") << false;
-        QTest::newRow("Esc") << true;
-    }
-
-    void cancel()
-    {
-        QFETCH(bool, escape);
-        Opened fx;
-        fx.run(QStringLiteral("s7"));
-        fx.run(QStringLiteral("t0"));
-        fx.state.confirmed = true;
-        fx.desktop.sounds.clear();
-        if (escape)
-            QTest::keyClick(fx.window.get(), Qt::Key_Escape);
-        else
-            fx.window->Botao[0]->click();
-        QVERIFY(!fx.state.confirmed);
-        QVERIFY(!fx.window->isVisible());
-        QCOMPARE(fx.desktop.sounds, escape ? QList<int>() : QList<int> {DataPeriodo::ClickSound});
-        QCOMPARE(fx.stored(), QStringLiteral("1 0"));
     }
 
     void expandAndCollapse_data()
