@@ -312,6 +312,8 @@ void DataPeriodo::remember()
 
 void DataPeriodo::Opcao_Click(int index)
 {
+    if (index < 0 || index >= periodo::OptionCount)
+        return;
     Opcao[std::size_t(index)]->setChecked(true);
     m_settingsChanging = true;
     m_option = index;
@@ -324,6 +326,8 @@ void DataPeriodo::Opcao_Click(int index)
 
 void DataPeriodo::OpcaoRetrocede_Click(int index)
 {
+    if (index < 0 || index > 1)
+        return;
     OpcaoRetrocede[std::size_t(index)]->setChecked(true);
     m_settingsChanging = true;
     m_retroactive = OpcaoRetrocede[0]->isChecked();

@@ -1,3 +1,4 @@
+#include "app/helptopics.h"
 #include "app/state.h"
 #include "reports/dataperiodo.h"
 #include "reports/datebox.h"
@@ -5,6 +6,7 @@
 #include "support/fakedesktop.h"
 #include "support/testregistry.h"
 
+#include <QCalendarWidget>
 #include <QComboBox>
 #include <QFile>
 #include <QGroupBox>
@@ -32,7 +34,7 @@ struct Opened {
 
     // One step as the person takes it: "o3" option 3, "t0" period type 0, "s2" week start 2,
     // "b1" button 1, "esc"; in a date box: "d0=1003" typed from its start (the mask types
-    // over), "x0=12-03-" pasted, "u1" Up.
+    // over), "x0=12-03-" pasted, "c0=2024-04-02" picked in its calendar, "u1" Up.
     void run(const QString& step)
     {
         const QChar kind = step[0];
@@ -56,9 +58,17 @@ struct Opened {
                 QTest::keyClicks(box, step.mid(3));
             else if (kind == QLatin1Char('x'))
                 box->setText(step.mid(3));
+            else if (kind == QLatin1Char('c'))
+                pick(box, QDate::fromString(step.mid(3), Qt::ISODate));
             else
                 QTest::keyClick(box, Qt::Key_Up);
         }
+    }
+
+    static void pick(DateBox* box, QDate day)
+    {
+        box->showCalendar();
+        emit box->calendar()->clicked(day);
     }
 
     // The two boxes and the checked option: "14-04-2024 20-04-2024 1".
@@ -126,6 +136,8 @@ private slots:
         QCOMPARE(fx.shown(), shown);
         QCOMPARE(window.heightTwips(), DataPeriodo::CompactHeight);
         QCOMPARE(fx.desktop.sounds, QList<int> {DataPeriodo::ClickSound});
+        QTest::keyClick(fx.window.get(), Qt::Key_F1);
+        QCOMPARE(fx.desktop.helpContexts, QList<int> {help::Periodo});
     }
 
     void reactions_data()
@@ -149,6 +161,8 @@ private slots:
             << QStringList {"d1=30"} << QStringList {"14-04-2024 30-04-2024 5"};
         QTest::newRow("digitada logo após uma opção") << QStringList {
             "o3", "d0=2"} << QStringList {"01-04-2024 30-04-2024 3", "21-04-2024 30-04-2024 5"};
+        QTest::newRow("dia do calendário")
+            << QStringList {"c1=2024-05-02"} << QStringList {"14-04-2024 02-05-2024 5"};
         QTest::newRow("seta para cima") << QStringList {"u1"} << QStringList {"14-04-2024 21-04-2024 5"};
         QTest::newRow("domingo digitado, semana de segunda")
             << QStringList {"s2", "d0=21", "o1"}
@@ -164,7 +178,7 @@ private slots:
             fx.run(steps[i]);
             QCOMPARE(fx.shown(), shown[i]);
         }
-        QCOMPARE(fx.desktop.sounds.size(), 1 + steps.filter(QRegularExpression("^[odu]")).size());
+        QCOMPARE(fx.desktop.sounds.size(), 1 + steps.filter(QRegularExpression("^[oduc]")).size());
     }
 
     void closing_data()
