@@ -231,6 +231,26 @@ void Contas::showLevel(int level, bool keepRow, bool reread)
     TotalDeRegistros();
 }
 
+void Contas::Pasta_Click(int index)
+{
+    if (index == PaginaAtiva || index < 0 || index > 1)
+        return;
+    if (EmInclusao || EmAlteracao) {
+        // A record open for change keeps its page: the tab goes back once the click is over.
+        QTimer::singleShot(0, this, [this] {
+            const QSignalBlocker blocker(Pasta);
+            Pasta->setCurrentIndex(PaginaAtiva);
+        });
+        return;
+    }
+    // A tab is the view of its page: the items, or the level the level page showed last.
+    try {
+        showLevel(index == 0 ? 4 : (NivelPaginaNiveis > 0 ? NivelPaginaNiveis : 3));
+    } catch (const JetError& error) {
+        logError(m_state, m_desktop, rotina::Movimento, error.description(), error.number());
+    }
+}
+
 void Contas::Movimento_Click(int index)
 {
     try {

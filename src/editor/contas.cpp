@@ -53,6 +53,7 @@ Contas::Contas(AppState& state, Desktop& desktop, QWidget* parent)
     buildLayout();
     buildCommands();
     Modo = commands::ModeView;
+    connect(Pasta, &QTabWidget::tabBarClicked, this, [this](int index) { Pasta_Click(index); });
 }
 
 Contas::~Contas()

@@ -81,6 +81,8 @@ public:
     // Views level 1..4 on its page. `keepRow` looks for the row shown now in the new
     // level; `reread` reads the page's query again even when it already holds the level.
     void showLevel(int level, bool keepRow = true, bool reread = true);
+    // A click on a page's tab views that page.
+    void Pasta_Click(int index);
     // `Dados(PaginaAtiva)`, or nullptr for any other page or a page not yet read.
     Recordset* dataSet() const;
     // Makes current the row whose code at `level` is `code`; false when there is none.

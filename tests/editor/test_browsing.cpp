@@ -275,6 +275,43 @@ private slots:
             expected);
     }
 
+    void tabsViewTheirPage_data()
+    {
+        QTest::addColumn<QString>("view");
+        QTest::addColumn<bool>("editing");
+        QTest::addColumn<int>("tab");
+        QTest::addColumn<QString>("expected"); // level, page, tab shown, counter
+        QTest::newRow("levels tab: accounts") << "" << false << 1 << "3 1 1 Registro 1/7";
+        QTest::newRow("levels tab: the level seen last") << "ID_Grupo" << false << 0 << "4 0 0 Registro 1/9";
+        QTest::newRow("a record open for change keeps its page") << "" << true << 1 << "4 0 0 Registro 1/9";
+    }
+    void tabsViewTheirPage()
+    {
+        QFETCH(QString, view);
+        QFETCH(bool, editing);
+        QFETCH(int, tab);
+        QFETCH(QString, expected);
+        LoadedContas fx;
+        if (!view.isEmpty())
+            fx.window->tool_click(view);
+        fx.window->EmAlteracao = editing;
+        Q_EMIT fx.window->Pasta->tabBarClicked(tab);
+        fx.window->Pasta->setCurrentIndex(tab);
+        QTest::qWait(1);
+        fx.window->EmAlteracao = false;
+        fx.window->TotalDeRegistros();
+        QCOMPARE(QStringLiteral("%1 %2 %3 %4")
+                     .arg(fx.window->NivelAtual)
+                     .arg(fx.window->PaginaAtiva)
+                     .arg(fx.window->Pasta->currentIndex())
+                     .arg(counter(*fx.window)),
+            expected);
+        if (!view.isEmpty()) {
+            Q_EMIT fx.window->Pasta->tabBarClicked(1);
+            QCOMPARE(fx.window->NivelAtual, 2);
+        }
+    }
+
     void movesAndClicksReadNothingAgain()
     {
         LoadedContas fx;
