@@ -58,10 +58,6 @@ public:
     int weekStart() const { return m_weekStart; }
     bool expanded() const { return m_expanded; }
     int heightTwips() const { return height() * TwipsPerPixel; }
-    // Set while the boxes are being written by RecalculaDatas, or a setting is being changed.
-    bool recalculating() const { return m_recalculating; }
-    bool settingsChanging() const { return m_settingsChanging; }
-    const QStringList& lastTexts() const { return m_lastTexts; }
 
     // Esc and the close box cancel, as button 0 does.
     void reject() override;
@@ -97,14 +93,16 @@ private:
     int m_option = 0;
     bool m_retroactive = false;
     int m_weekStart = 1;
-    QDate m_reference;
+    QDate m_reference; // the start box's date when the last computation began
     QDate m_endRead;
+    // Only the person's own changes to the boxes make the period a free range: not the
+    // computed dates being written, not what a change of option, type or week start causes.
     bool m_recalculating = false;
     bool m_settingsChanging = false;
     bool m_loading = true;
-    bool m_expanded = false;
     QStringList m_lastTexts {QString(), QString()};
     Snapshot m_lastState {0, false, 0};
+    bool m_expanded = false;
 };
 
 } // namespace varemo
