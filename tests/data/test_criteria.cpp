@@ -117,22 +117,18 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("field");
         QTest::addColumn<qint64>("number");
-        QTest::newRow("code") << "Codigo = 17"
-                              << "Codigo" << qint64(17);
-        QTest::newRow("joined code") << "NivelCategoria4.Codigo = 5"
-                                     << "NivelCategoria4.Codigo" << qint64(5);
-        QTest::newRow("negative, semicolon") << "[Codigo] = -3;"
-                                             << "Codigo" << qint64(-3);
-        QTest::newRow("two conditions") << "Codigo = 17 AND Marca = True"
-                                        << "" << qint64(0);
-        QTest::newRow("fraction") << "Codigo = 1.5"
-                                  << "" << qint64(0);
-        QTest::newRow("text") << "Nome = '17'"
-                              << "" << qint64(0);
-        QTest::newRow("reversed") << "17 = Codigo"
-                                  << "" << qint64(0);
-        QTest::newRow("other operator") << "Codigo > 17"
-                                        << "" << qint64(0);
+        const auto row = [](const char* name, const char* text, const char* field, qint64 number) {
+            QTest::newRow(name) << QString::fromLatin1(text) << QString::fromLatin1(field) << number;
+        };
+        row("code", "Codigo = 17", "Codigo", 17);
+        row("joined code", "NivelCategoria4.Codigo = 5", "NivelCategoria4.Codigo", 5);
+        row("negative, semicolon", "[Codigo] = -3;", "Codigo", -3);
+        // anything but "Field = whole number" is no index find
+        row("two conditions", "Codigo = 17 AND Marca = True", "", 0);
+        row("fraction", "Codigo = 1.5", "", 0);
+        row("text", "Nome = '17'", "", 0);
+        row("reversed", "17 = Codigo", "", 0);
+        row("other operator", "Codigo > 17", "", 0);
     }
 
     void recognisesIndexFinds()

@@ -43,6 +43,11 @@ QString total(const QString& lines, const QString& documents, const QString& sal
         + QStringLiteral("%1.Produto = ").arg(lines) + flag + QStringLiteral(";");
 }
 
+QStringList list(const char* items)
+{
+    return QString::fromUtf8(items).split(QLatin1Char('|'));
+}
+
 } // namespace
 
 class TestDialect : public QObject {
@@ -113,7 +118,10 @@ private slots:
         QTest::addColumn<QString>("jet");
         QTest::addColumn<QString>("field");
         QTest::addColumn<QStringList>("expected");
-        const auto list = [](const char* items) { return QString::fromUtf8(items).split(QLatin1Char('|')); };
+        const auto row = [](const char* name, const QString& jet, const char* field, const char* expected) {
+            QTest::newRow(name) << jet << QString::fromLatin1(field)
+                                << (*expected ? list(expected) : QStringList());
+        };
         const QString join3 = QStringLiteral(
             "SELECT * FROM (((NivelCategoria3 "
             "LEFT JOIN NivelCategoria2 ON NivelCategoria2.Codigo = NivelCategoria3.CodigoCategoria2) "
@@ -125,92 +133,73 @@ private slots:
             "SELECT * FROM (NivelCategoria1 "
             "LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = NivelCategoria1.CodigoCategoria0) "
             "ORDER BY NivelCategoria0.Nome, NivelCategoria1.Nome;");
-        QTest::newRow("level-4 chain")
-            << join4 + order4 << "NivelCategoria4.Codigo" << list("6|7|8|5|4|3|2|1|9");
-        QTest::newRow("level-4 chain, Null Travado")
-            << join4 + order4 << "NivelCategoria1.Travado" << list("<null>|<null>|<null>|1|1|1|1|1|0");
-        QTest::newRow("level-3 chain") << join3 << "NivelCategoria3.Codigo" << list("5|6|4|3|2|1|7");
-        QTest::newRow("level-1 chain") << join1 << "NivelCategoria1.Codigo" << list("3|2|1|4");
-        QTest::newRow("level-4 chain with WHERE")
-            << join4 + QStringLiteral("WHERE NivelCategoria1.Codigo = 3 ") + order4 << "NivelCategoria4.Nome"
-            << list("Aluguel da loja|Condomínio|Conta de luz");
-        QTest::newRow("categories as stored") << "SELECT * FROM NivelCategoria0"
-                                              << "Nome" << list("Despesas|Receitas|Vazia");
-        QTest::newRow("categories by name") << "SELECT * FROM NivelCategoria0 ORDER BY Nome"
-                                            << "Nome" << list("Despesas|Receitas|Vazia");
-        QTest::newRow("children of a category")
-            << "SELECT * FROM NivelCategoria1 WHERE CodigoCategoria0 = 2 ORDER BY Nome"
-            << "Nome" << list("Despesas Administrativas|Despesas Fornecedores");
-        QTest::newRow("children with semicolon")
-            << "SELECT * FROM NivelCategoria4 WHERE CodigoCategoria3 = 5 ORDER BY Nome;"
-            << "Nome" << list("Aluguel da loja|Condomínio");
-        QTest::newRow("lines and products")
-            << "SELECT Linhas.CodigoLinha, Linhas.NomeLinha, Linhas.Insumo, Produtos.* "
-               "FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = Produtos.CodigoLinha "
-               " ORDER BY Linhas.Insumo, Linhas.NomeLinha, Produtos.NomeProduto;"
-            << "Produtos.NomeProduto" << list("<null>|Baguete|Pão francês|Farinha de trigo");
-        QTest::newRow("line list")
-            << "SELECT Linhas.NomeLinha, Linhas.Insumo FROM Linhas WHERE Insumo = False "
-               "ORDER BY Linhas.NomeLinha;"
-            << "NomeLinha" << list("<null>|Pães|Sorvetes");
-        QTest::newRow("product list")
-            << "SELECT * FROM Produtos WHERE Produtos.CodigoLinha = 1 ORDER BY Produtos.NomeProduto;"
-            << "NomeProduto" << list("<null>|Baguete|Pão francês");
-        QTest::newRow("purchased items") << "SELECT CompraProdutos.CodigoProduto, CompraProdutos.Produto "
-                                            "FROM CompraProdutos WHERE Produto = False; "
-                                         << "CodigoProduto" << list("6|8");
-        QTest::newRow("sales of an item") << "SELECT CodigoProduto FROM VendaProdutos WHERE CodigoProduto = 9"
-                                          << "CodigoProduto" << list("9");
-        QTest::newRow("report marks") << "SELECT * FROM RelatorioItens WHERE CodigoRelatorio = 1"
-                                      << "CodigoConta" << list("2|3|5|5|6|6|7|8");
-        QTest::newRow("marked count") << "SELECT COUNT(*) AS Items FROM NivelCategoria4 WHERE Marca = True"
-                                      << "Items" << list("0");
-        QTest::newRow("marker Like, any case")
-            << marker(4, "Like", "*FARINHA*") << "NivelCategoria4.Codigo" << list("3|5");
-        QTest::newRow("marker Not Like")
-            << marker(1, "Not Like", "*Receitas*") << "NivelCategoria4.Codigo" << list("4|5|6|7|8");
-        QTest::newRow("marker >, text order")
-            << marker(4, ">", "Condomínio") << "NivelCategoria4.Nome"
-            << list("Conta de luz|Farinha de trigo|Farinha de trigo|Pão francês|Pão francês");
-        QTest::newRow("marker =, accented capital")
-            << marker(3, "=", "PÃES") << "NivelCategoria4.Codigo" << list("1|2|4");
-        QTest::newRow("marker =, accent kept")
-            << marker(3, "=", "Paes") << "NivelCategoria4.Codigo" << QStringList();
-        QTest::newRow("marker Like, literal %")
-            << marker(4, "Like", "*o%*") << "NivelCategoria4.Codigo" << QStringList();
-        QTest::newRow("sales total") << total(
-            "VendaProdutos", "Venda", "Venda = True AND ", "03/01/2026", "03/31/2026", 1, 1, "True")
-                                     << "Somatoria" << list("70");
-        QTest::newRow("sales quantity, both ends counted")
-            << total("VendaProdutos", "Venda", "Venda = True AND ", "03/01/2026", "03/31/2026", 1, 1, "True")
-            << "Qtde" << list("140");
-        QTest::newRow("sales total, empty period")
-            << total("VendaProdutos", "Venda", "Venda = True AND ", "01/01/2025", "01/31/2025", 1, 1, "True")
-            << "Somatoria" << list("<null>");
-        QTest::newRow("purchase total")
-            << total("CompraProdutos", "Compra", "", "03/01/2026", "03/05/2026", 6, 3, "False") << "Somatoria"
-            << list("2500");
-        QTest::newRow("date literal is month first")
-            << "SELECT Codigo FROM Venda WHERE DataDocumento = #03/15/2026#"
-            << "Codigo" << list("2");
-        QTest::newRow("& joins text and numbers")
-            << "SELECT Nome & ' (' & Codigo & ')' AS Rotulo FROM NivelCategoria0 WHERE Codigo = 1"
-            << "Rotulo" << list("Receitas (1)");
-        QTest::newRow("& writes a fraction as Brazil does")
-            << "SELECT PrecoUnit & '' AS Preco FROM CompraProdutos WHERE CodigoProduto = 8"
-            << "Preco" << list("420,5");
-        QTest::newRow("& of two Nulls is Null")
-            << "SELECT Travado & Travado AS Nada FROM NivelCategoria1 WHERE Codigo = 3"
-            << "Nada" << list("<null>");
-        QTest::newRow("/ keeps the fraction")
-            << "SELECT Codigo / 2 AS Metade FROM NivelCategoria0 WHERE Codigo = 3"
-            << "Metade" << list("1.5");
-        QTest::newRow("Like with a digit and a set")
-            << "SELECT Nome FROM NivelCategoria4 WHERE Nome Like '[A-C]*' AND Nome Not Like '* *'"
-            << "Nome" << list("Baguete|CDB|Condomínio");
-        QTest::newRow("IN compares text as Jet")
-            << "SELECT Codigo FROM NivelCategoria3 WHERE Nome IN ('PÃES', 'energia')"
-            << "Codigo" << list("1|3|6");
+        row("level-4 chain", join4 + order4, "NivelCategoria4.Codigo", "6|7|8|5|4|3|2|1|9");
+        row("level-4 chain, Null Travado", join4 + order4, "NivelCategoria1.Travado",
+            "<null>|<null>|<null>|1|1|1|1|1|0");
+        row("level-3 chain", join3, "NivelCategoria3.Codigo", "5|6|4|3|2|1|7");
+        row("level-1 chain", join1, "NivelCategoria1.Codigo", "3|2|1|4");
+        row("level-4 chain with WHERE", join4 + QStringLiteral("WHERE NivelCategoria1.Codigo = 3 ") + order4,
+            "NivelCategoria4.Nome", "Aluguel da loja|Condomínio|Conta de luz");
+        row("categories by name", "SELECT * FROM NivelCategoria0 ORDER BY Nome", "Nome",
+            "Despesas|Receitas|Vazia");
+        row("children of a category",
+            "SELECT * FROM NivelCategoria1 WHERE CodigoCategoria0 = 2 ORDER BY Nome", "Nome",
+            "Despesas Administrativas|Despesas Fornecedores");
+        row("children with semicolon",
+            "SELECT * FROM NivelCategoria4 WHERE CodigoCategoria3 = 5 ORDER BY Nome;", "Nome",
+            "Aluguel da loja|Condomínio");
+        row("lines and products",
+            "SELECT Linhas.CodigoLinha, Linhas.NomeLinha, Linhas.Insumo, Produtos.* "
+            "FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = Produtos.CodigoLinha "
+            " ORDER BY Linhas.Insumo, Linhas.NomeLinha, Produtos.NomeProduto;",
+            "Produtos.NomeProduto", "<null>|Baguete|Pão francês|Farinha de trigo");
+        row("line list",
+            "SELECT Linhas.NomeLinha, Linhas.Insumo FROM Linhas WHERE Insumo = False "
+            "ORDER BY Linhas.NomeLinha;",
+            "NomeLinha", "<null>|Pães|Sorvetes");
+        row("product list",
+            "SELECT * FROM Produtos WHERE Produtos.CodigoLinha = 1 ORDER BY Produtos.NomeProduto;",
+            "NomeProduto", "<null>|Baguete|Pão francês");
+        row("purchased items",
+            "SELECT CompraProdutos.CodigoProduto, CompraProdutos.Produto "
+            "FROM CompraProdutos WHERE Produto = False; ",
+            "CodigoProduto", "6|8");
+        row("sales of an item", "SELECT CodigoProduto FROM VendaProdutos WHERE CodigoProduto = 9",
+            "CodigoProduto", "9");
+        row("report marks", "SELECT * FROM RelatorioItens WHERE CodigoRelatorio = 1", "CodigoConta",
+            "2|3|5|5|6|6|7|8");
+        row("marked count", "SELECT COUNT(*) AS Items FROM NivelCategoria4 WHERE Marca = True", "Items", "0");
+        row("marker Like, any case", marker(4, "Like", "*FARINHA*"), "NivelCategoria4.Codigo", "3|5");
+        row("marker Not Like", marker(1, "Not Like", "*Receitas*"), "NivelCategoria4.Codigo", "4|5|6|7|8");
+        row("marker >, text order", marker(4, ">", "Condomínio"), "NivelCategoria4.Nome",
+            "Conta de luz|Farinha de trigo|Farinha de trigo|Pão francês|Pão francês");
+        row("marker =, accented capital", marker(3, "=", "PÃES"), "NivelCategoria4.Codigo", "1|2|4");
+        row("marker =, accent kept", marker(3, "=", "Paes"), "NivelCategoria4.Codigo", "");
+        row("marker Like, literal %", marker(4, "Like", "*o%*"), "NivelCategoria4.Codigo", "");
+        const auto sales = [](const char* from, const char* to) {
+            return total("VendaProdutos", "Venda", "Venda = True AND ", from, to, 1, 1, "True");
+        };
+        row("sales total, both ends counted", sales("03/01/2026", "03/31/2026"), "Somatoria", "70");
+        row("sales total, empty period", sales("01/01/2025", "01/31/2025"), "Somatoria", "<null>");
+        row("purchase total",
+            total("CompraProdutos", "Compra", "", "03/01/2026", "03/05/2026", 6, 3, "False"), "Somatoria",
+            "2500");
+        row("date literal is month first", "SELECT Codigo FROM Venda WHERE DataDocumento = #03/15/2026#",
+            "Codigo", "2");
+        row("& joins text and numbers",
+            "SELECT Nome & ' (' & Codigo & ')' AS Rotulo FROM NivelCategoria0 WHERE Codigo = 1", "Rotulo",
+            "Receitas (1)");
+        row("& writes a fraction as Brazil does",
+            "SELECT PrecoUnit & '' AS Preco FROM CompraProdutos WHERE CodigoProduto = 8", "Preco", "420,5");
+        row("& of two Nulls is Null",
+            "SELECT Travado & Travado AS Nada FROM NivelCategoria1 WHERE Codigo = 3", "Nada", "<null>");
+        row("/ keeps the fraction", "SELECT Codigo / 2 AS Metade FROM NivelCategoria0 WHERE Codigo = 3",
+            "Metade", "1.5");
+        row("Like with a digit and a set",
+            "SELECT Nome FROM NivelCategoria4 WHERE Nome Like '[A-C]*' AND Nome Not Like '* *'", "Nome",
+            "Baguete|CDB|Condomínio");
+        row("IN compares text as Jet", "SELECT Codigo FROM NivelCategoria3 WHERE Nome IN ('PÃES', 'energia')",
+            "Codigo", "1|3|6");
     }
 
     void selectGivesJetRows()
@@ -225,7 +214,6 @@ private slots:
     {
         QTest::addColumn<QStringList>("names");
         QTest::addColumn<QStringList>("expected");
-        const auto list = [](const char* items) { return QString::fromUtf8(items).split(QLatin1Char('|')); };
         QTest::newRow("accent beside its letter")
             << list("Zebra|água|Abacate|agua|aguas") << list("Abacate|agua|água|aguas|Zebra");
         QTest::newRow("case never separates")
@@ -313,22 +301,20 @@ private slots:
     {
         QTest::addColumn<QString>("jet");
         QTest::addColumn<int>("number");
-        QTest::newRow("apostrophe in a name")
-            << "UPDATE NivelCategoria1 SET Nome = 'D'Avila' WHERE Codigo = 3" << 3075;
-        QTest::newRow("quote-balanced apostrophes")
-            << "UPDATE NivelCategoria1 SET Nome = 'D'Avila'Souza' WHERE Codigo = 3" << 3075;
-        QTest::newRow("apostrophe in a marker") << marker(1, "Like", "*d'agua*") << 3075;
-        QTest::newRow("value cut into an alias")
-            << "SELECT Nome FROM NivelCategoria1 WHERE Nome = 'a' 'b'" << 3075;
-        QTest::newRow("unclosed set in Like") << marker(4, "Like", "*[ab*") << 3075;
-        QTest::newRow("impossible date") << "SELECT * FROM Venda WHERE DataDocumento = #02/30/2026#" << 3075;
-        QTest::newRow("second statement")
-            << "UPDATE NivelCategoria1 SET Nome = 'x'; DROP TABLE NivelCategoria4" << 3142;
-        QTest::newRow("comment opener")
-            << "UPDATE NivelCategoria1 SET Nome = 'x' WHERE Codigo = 3 /* a */" << 3075;
-        QTest::newRow("unknown table") << "SELECT * FROM NaoExiste" << 3078;
-        QTest::newRow("unknown column") << "UPDATE NivelCategoria1 SET Nome = 'x' WHERE Codigoo = 3" << 3061;
-        QTest::newRow("parameter mark") << "UPDATE NivelCategoria1 SET Nome = ? WHERE Codigo = 3" << 3075;
+        const auto row
+            = [](const char* name, const QString& jet, int number) { QTest::newRow(name) << jet << number; };
+        row("apostrophe in a name", "UPDATE NivelCategoria1 SET Nome = 'D'Avila' WHERE Codigo = 3", 3075);
+        row("quote-balanced apostrophes",
+            "UPDATE NivelCategoria1 SET Nome = 'D'Avila'Souza' WHERE Codigo = 3", 3075);
+        row("apostrophe in a marker", marker(1, "Like", "*d'agua*"), 3075);
+        row("value cut into an alias", "SELECT Nome FROM NivelCategoria1 WHERE Nome = 'a' 'b'", 3075);
+        row("unclosed set in Like", marker(4, "Like", "*[ab*"), 3075);
+        row("impossible date", "SELECT * FROM Venda WHERE DataDocumento = #02/30/2026#", 3075);
+        row("second statement", "UPDATE NivelCategoria1 SET Nome = 'x'; DROP TABLE NivelCategoria4", 3142);
+        row("comment opener", "UPDATE NivelCategoria1 SET Nome = 'x' WHERE Codigo = 3 /* a */", 3075);
+        row("unknown table", "SELECT * FROM NaoExiste", 3078);
+        row("unknown column", "UPDATE NivelCategoria1 SET Nome = 'x' WHERE Codigoo = 3", 3061);
+        row("parameter mark", "UPDATE NivelCategoria1 SET Nome = ? WHERE Codigo = 3", 3075);
     }
 
     void brokenTextIsJetError()
@@ -356,37 +342,30 @@ private slots:
         QTest::addColumn<QString>("jet");
         QTest::addColumn<QString>("columns");
         QTest::addColumn<QString>("baseTable");
-        QTest::newRow("one table") << "SELECT * FROM NivelCategoria1"
-                                   << "Codigo|Nome|CodigoCategoria0|Travado"
-                                   << "NivelCategoria1";
-        QTest::newRow("table by name") << "NivelCategoria0"
-                                       << "Codigo|Nome"
-                                       << "NivelCategoria0";
-        QTest::newRow("fields of one table") << "SELECT Linhas.NomeLinha, Insumo FROM Linhas"
-                                             << "NomeLinha|Insumo"
-                                             << "Linhas";
-        QTest::newRow("join")
-            << "SELECT * FROM (NivelCategoria1 LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = "
-               "NivelCategoria1.CodigoCategoria0)"
-            << "NivelCategoria1.Codigo|NivelCategoria1.Nome|NivelCategoria1.CodigoCategoria0|"
-               "NivelCategoria1.Travado|NivelCategoria0.Codigo|NivelCategoria0.Nome"
-            << "";
-        QTest::newRow("join, fields and a star")
-            << "SELECT Linhas.NomeLinha, Produtos.* FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = "
-               "Produtos.CodigoLinha"
-            << "Linhas.NomeLinha|Produtos.CodigoProduto|Produtos.CodigoLinha|Produtos.NomeProduto"
-            << "";
-        QTest::newRow("aliases")
-            << "SELECT SUM(PrecoUnit*QdeComprada) as Somatoria, SUM(QdeComprada) as Qtde FROM Compra"
-               "Produtos"
-            << "Somatoria|Qtde"
-            << "";
-        QTest::newRow("unnamed expression") << "SELECT Count(*) FROM Procura"
-                                            << "Expr1000"
-                                            << "";
-        QTest::newRow("distinct") << "SELECT DISTINCT Nome FROM NivelCategoria3"
-                                  << "Nome"
-                                  << "";
+        const auto row = [](const char* name, const char* jet, const char* columns, const char* baseTable) {
+            QTest::newRow(name) << QString::fromLatin1(jet) << QString::fromLatin1(columns)
+                                << QString::fromLatin1(baseTable);
+        };
+        row("one table", "SELECT * FROM NivelCategoria1", "Codigo|Nome|CodigoCategoria0|Travado",
+            "NivelCategoria1");
+        row("table by name", "NivelCategoria0", "Codigo|Nome", "NivelCategoria0");
+        row("fields of one table", "SELECT Linhas.NomeLinha, Insumo FROM Linhas", "NomeLinha|Insumo",
+            "Linhas");
+        row("join",
+            "SELECT * FROM (NivelCategoria1 LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = "
+            "NivelCategoria1.CodigoCategoria0)",
+            "NivelCategoria1.Codigo|NivelCategoria1.Nome|NivelCategoria1.CodigoCategoria0|"
+            "NivelCategoria1.Travado|NivelCategoria0.Codigo|NivelCategoria0.Nome",
+            "");
+        row("join, fields and a star",
+            "SELECT Linhas.NomeLinha, Produtos.* FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = "
+            "Produtos.CodigoLinha",
+            "Linhas.NomeLinha|Produtos.CodigoProduto|Produtos.CodigoLinha|Produtos.NomeProduto", "");
+        row("aliases",
+            "SELECT SUM(PrecoUnit*QdeComprada) as Somatoria, SUM(QdeComprada) as Qtde FROM CompraProdutos",
+            "Somatoria|Qtde", "");
+        row("unnamed expression", "SELECT Count(*) FROM Procura", "Expr1000", "");
+        row("distinct", "SELECT DISTINCT Nome FROM NivelCategoria3", "Nome", "");
     }
 
     void resultColumnsAreNamedAsJet()
@@ -408,36 +387,24 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("pattern");
         QTest::addColumn<bool>("matches");
-        QTest::newRow("star anywhere") << "Cabana"
-                                       << "*BAN*" << true;
-        QTest::newRow("star backtracks") << "abcbc"
-                                         << "a*bc" << true;
-        QTest::newRow("question mark is one") << "Pão"
-                                              << "P?o" << true;
-        QTest::newRow("question mark not none") << "Po"
-                                                << "P?o" << false;
-        QTest::newRow("hash is a digit") << "Sala 3"
-                                         << "Sala #" << true;
-        QTest::newRow("hash not a letter") << "Sala B"
-                                           << "Sala #" << false;
-        QTest::newRow("set") << "Bolo"
-                             << "[ABC]olo" << true;
-        QTest::newRow("negated set") << "Bolo"
-                                     << "[!ABC]olo" << false;
-        QTest::newRow("range holds accented") << "água"
-                                              << "[a-c]gua" << true;
-        QTest::newRow("bracketed star is literal") << "a*b"
-                                                   << "a[*]b" << true;
-        QTest::newRow("bracketed star not a run") << "axb"
-                                                  << "a[*]b" << false;
-        QTest::newRow("accented capital") << "ÁGUA"
-                                          << "água" << true;
-        QTest::newRow("accent kept") << "agua"
-                                     << "água" << false;
-        QTest::newRow("SQLite wildcards literal") << "10%_x"
-                                                  << "10%_?" << true;
-        QTest::newRow("SQLite wildcards not wild") << "10 x"
-                                                   << "10%?" << false;
+        const auto row = [](const char* name, const char* text, const char* pattern, bool matches) {
+            QTest::newRow(name) << QString::fromUtf8(text) << QString::fromUtf8(pattern) << matches;
+        };
+        row("star anywhere", "Cabana", "*BAN*", true);
+        row("star backtracks", "abcbc", "a*bc", true);
+        row("question mark is one", "Pão", "P?o", true);
+        row("question mark not none", "Po", "P?o", false);
+        row("hash is a digit", "Sala 3", "Sala #", true);
+        row("hash not a letter", "Sala B", "Sala #", false);
+        row("set", "Bolo", "[ABC]olo", true);
+        row("negated set", "Bolo", "[!ABC]olo", false);
+        row("range holds accented", "água", "[a-c]gua", true);
+        row("bracketed star is literal", "a*b", "a[*]b", true);
+        row("bracketed star not a run", "axb", "a[*]b", false);
+        row("accented capital", "ÁGUA", "água", true);
+        row("accent kept", "agua", "água", false);
+        row("SQLite wildcards literal", "10%_x", "10%_?", true);
+        row("SQLite wildcards not wild", "10 x", "10%?", false);
     }
 
     void likeFollowsJetWildcards()

@@ -150,23 +150,22 @@ private slots:
         const QString bread = QStringLiteral("Nome = 'Pão francês'");
         const QString linked = QStringLiteral("CodigoProduto <> 0");
         const QString downwards = QStringLiteral("SELECT * FROM NivelCategoria4 ORDER BY Codigo DESC");
-        QTest::newRow("first, any case") << byCode << 5 << "first"
-                                         << "Nome = 'pão FRANCÊS'" << true << 1;
-        QTest::newRow("next") << byCode << 1 << "next" << bread << true << 4;
-        QTest::newRow("next, none") << byCode << 4 << "next" << bread << false << 4;
-        QTest::newRow("previous") << byCode << 9 << "previous" << linked << true << 5;
-        QTest::newRow("previous, none") << byCode << 1 << "previous" << linked << false << 1;
-        QTest::newRow("last") << byCode << 1 << "last" << linked << true << 5;
-        QTest::newRow("previous from EOF") << byCode << AtEof << "previous"
-                                           << "Codigo = 9" << true << 9;
-        QTest::newRow("number, none, at EOF") << byCode << AtEof << "first"
-                                              << "Codigo = 99" << false << AtEof;
-        QTest::newRow("number, first in order") << downwards << 1 << "first"
-                                                << "CodigoCategoria3 = 5" << true << 7;
-        QTest::newRow("number on a Yes/No") << byCode << 9 << "first"
-                                            << "Marca = 0" << true << 1;
-        QTest::newRow("number on a join") << levelOneJoin << 1 << "first"
-                                          << "NivelCategoria0.Codigo = 2" << true << 2;
+        const auto row = [](const char* name, const QString& source, int start, const char* method,
+                             const QString& criteria, bool found, int after) {
+            QTest::newRow(name) << source << start << QString::fromLatin1(method) << criteria << found
+                                << after;
+        };
+        row("first, any case", byCode, 5, "first", "Nome = 'pão FRANCÊS'", true, 1);
+        row("next", byCode, 1, "next", bread, true, 4);
+        row("next, none", byCode, 4, "next", bread, false, 4);
+        row("previous", byCode, 9, "previous", linked, true, 5);
+        row("previous, none", byCode, 1, "previous", linked, false, 1);
+        row("last", byCode, 1, "last", linked, true, 5);
+        row("previous from EOF", byCode, AtEof, "previous", "Codigo = 9", true, 9);
+        row("number, none, at EOF", byCode, AtEof, "first", "Codigo = 99", false, AtEof);
+        row("number, first in order", downwards, 1, "first", "CodigoCategoria3 = 5", true, 7);
+        row("number on a Yes/No", byCode, 9, "first", "Marca = 0", true, 1);
+        row("number on a join", levelOneJoin, 1, "first", "NivelCategoria0.Codigo = 2", true, 2);
     }
     void finds()
     {
