@@ -35,7 +35,6 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::newRow("1 2 3") << 1 << 2 << 3 << "1.02.003";
         QTest::newRow("1 12 345") << 1 << 12 << 345 << "1.12.0345";
-        QTest::newRow("minor 7, revision 5") << 3 << 7 << 5 << "3.07.005";
         QTest::newRow("five-digit revision keeps four") << 2 << 0 << 12345 << "2.00.2345";
         QTest::newRow("three-digit minor keeps two") << 10 << 123 << 0 << "10.23.000";
     }
