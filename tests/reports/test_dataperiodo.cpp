@@ -143,28 +143,22 @@ private slots:
     {
         QTest::addColumn<QString>("steps");
         QTest::addColumn<QString>("shown"); // after each step
-        QTest::newRow("cada opção em volta da data inicial")
-            << "o3 o1 o2 o4 o0"
-            << "01-04-2024 30-04-2024 3, 31-03-2024 06-04-2024 1, 16-03-2024 31-03-2024 2, "
-               "01-01-2024 30-06-2024 4, 01-01-2024 01-01-2024 0";
-        QTest::newRow("período livre não mexe") << "o5"
-                                                << "14-04-2024 20-04-2024 5";
-        QTest::newRow("retroativo e completo")
-            << "o3 t0 t1"
-            << "01-04-2024 30-04-2024 3, 01-03-2024 01-04-2024 3, 01-03-2024 31-03-2024 3";
-        QTest::newRow("início da semana") << "s2 s4"
-                                          << "08-04-2024 14-04-2024 1, 03-04-2024 09-04-2024 1";
-        QTest::newRow("data inicial digitada") << "d0=1003 o3"
-                                               << "10-03-2024 20-04-2024 5, 01-03-2024 31-03-2024 3";
-        QTest::newRow("digitada logo após uma opção") << "o3 d0=2"
-                                                      << "01-04-2024 30-04-2024 3, 21-04-2024 30-04-2024 5";
-        QTest::newRow("dia do calendário") << "c1=2024-05-02"
-                                           << "14-04-2024 02-05-2024 5";
-        QTest::newRow("seta para cima") << "u1"
-                                        << "14-04-2024 21-04-2024 5";
-        QTest::newRow("domingo digitado, semana de segunda")
-            << "s2 d0=21 o1"
-            << "08-04-2024 14-04-2024 1, 21-04-2024 14-04-2024 5, 15-04-2024 21-04-2024 1";
+        const auto row = [](const char* name, const char* steps, const char* shown) {
+            QTest::newRow(name) << QString::fromUtf8(steps) << QString::fromUtf8(shown);
+        };
+        row("cada opção em volta da data inicial", "o3 o1 o2 o4 o0",
+            "01-04-2024 30-04-2024 3, 31-03-2024 06-04-2024 1, 16-03-2024 31-03-2024 2, "
+            "01-01-2024 30-06-2024 4, 01-01-2024 01-01-2024 0");
+        row("período livre não mexe", "o5", "14-04-2024 20-04-2024 5");
+        row("retroativo e completo", "o3 t0 t1",
+            "01-04-2024 30-04-2024 3, 01-03-2024 01-04-2024 3, 01-03-2024 31-03-2024 3");
+        row("início da semana", "s2 s4", "08-04-2024 14-04-2024 1, 03-04-2024 09-04-2024 1");
+        row("data inicial digitada", "d0=1003 o3", "10-03-2024 20-04-2024 5, 01-03-2024 31-03-2024 3");
+        row("digitada logo após uma opção", "o3 d0=2", "01-04-2024 30-04-2024 3, 21-04-2024 30-04-2024 5");
+        row("dia do calendário", "c1=2024-05-02", "14-04-2024 02-05-2024 5");
+        row("seta para cima", "u1", "14-04-2024 21-04-2024 5");
+        row("domingo digitado, semana de segunda", "s2 d0=21 o1",
+            "08-04-2024 14-04-2024 1, 21-04-2024 14-04-2024 5, 15-04-2024 21-04-2024 1");
     }
 
     void reactions()
@@ -187,28 +181,21 @@ private slots:
         QTest::addColumn<QString>("steps");
         QTest::addColumn<QString>("outcome"); // the period handed over, the refusal and its box, or nothing
         QTest::addColumn<QString>("stored");
-        QTest::newRow("31 de fevereiro") << QString() << "d0=3102 s4 b1"
-                                         << "A data inicial não é correta 0"
-                                         << "1 0";
-        QTest::newRow("meio digitada") << QString() << "x0=12-03- d1=31 b1"
-                                       << "A data inicial não é correta 0"
-                                       << "1 0";
-        QTest::newRow("final errada") << QString() << "d1=00 b1"
-                                      << "A data final não é correta 1"
-                                      << "1 0";
-        QTest::newRow("final antes da inicial") << QString() << "d0=21 b1"
-                                                << "A data final deve ser igual ou posterior à data inicial 1"
-                                                << "1 0";
-        QTest::newRow("quarta e retroativo") << QString() << "s4 t0 o2 b1"
-                                             << "21-03-2024 04-04-2024"
-                                             << "4 1";
-        QTest::newRow("um dia, de volta a domingo e completo")
-            << "UPDATE DadosEmpresa SET InicioSemana = 6, RetroAtivo = 1"
-            << "s1 t1 o0 b1"
-            << "31-03-2024 31-03-2024"
-            << "1 0";
-        QTest::newRow("cancelar") << QString() << "s7 t0 b0" << QString() << "1 0";
-        QTest::newRow("Esc") << QString() << "s7 t0 esc" << QString() << "1 0";
+        const auto row = [](const char* name, const char* steps, const char* outcome, const char* stored,
+                             const char* change = "") {
+            QTest::newRow(name) << QString::fromUtf8(change) << QString::fromUtf8(steps)
+                                << QString::fromUtf8(outcome) << QString::fromUtf8(stored);
+        };
+        row("31 de fevereiro", "d0=3102 s4 b1", "A data inicial não é correta 0", "1 0");
+        row("meio digitada", "x0=12-03- d1=31 b1", "A data inicial não é correta 0", "1 0");
+        row("final errada", "d1=00 b1", "A data final não é correta 1", "1 0");
+        row("final antes da inicial", "d0=21 b1", "A data final deve ser igual ou posterior à data inicial 1",
+            "1 0");
+        row("quarta e retroativo", "s4 t0 o2 b1", "21-03-2024 04-04-2024", "4 1");
+        row("um dia, de volta a domingo e completo", "s1 t1 o0 b1", "31-03-2024 31-03-2024", "1 0",
+            "UPDATE DadosEmpresa SET InicioSemana = 6, RetroAtivo = 1");
+        row("cancelar", "s7 t0 b0", "", "1 0");
+        row("Esc", "s7 t0 esc", "", "1 0");
     }
 
     void closing()
