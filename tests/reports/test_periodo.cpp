@@ -103,15 +103,13 @@ private slots:
         QTest::addColumn<int>("weekStart");
         QTest::addColumn<QString>("period");
         const QDate april20(2024, 4, 20);
+        // the window's own tests pin the plain month and week around 20-04-2024
         QTest::newRow("mensal retroativo") << april20 << 3 << true << 1 << "2024-03-20 2024-04-20";
-        QTest::newRow("mensal completo") << april20 << 3 << false << 1 << "2024-04-01 2024-04-30";
         QTest::newRow("31 de fevereiro") << QDate(2023, 3, 31) << 3 << true << 1 << "2023-03-03 2023-03-31";
         QTest::newRow("31 de fevereiro bissexto")
             << QDate(2024, 3, 31) << 3 << true << 1 << "2024-03-02 2024-03-31";
         QTest::newRow("semestre retroativo")
             << QDate(2024, 3, 10) << 4 << true << 1 << "2023-09-10 2024-03-10";
-        QTest::newRow("domingo, semana de segunda")
-            << QDate(2024, 4, 21) << 1 << false << 2 << "2024-04-15 2024-04-21";
         QTest::newRow("fim do calendário") << QDate(9999, 12, 31) << 1 << false << 1 << "nada";
         QTest::newRow("começo do calendário") << QDate(100, 1, 3) << 1 << true << 1 << "nada";
     }
