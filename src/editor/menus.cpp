@@ -12,6 +12,7 @@
 #include "editor/contas.h"
 #include "editor/images.h"
 #include "editor/widgets.h"
+#include "search/procontas.h"
 
 #include <QAction>
 #include <QEvent>
@@ -168,6 +169,12 @@ bool Contas::runShellCommand(const QString& key)
             Salvar(1);
     } else if (key == QStringLiteral("ID_Relatorios")) {
         showReportList();
+    } else if (key == QStringLiteral("ID_Filtrar")) {
+        ProContas window(m_state, m_desktop, this);
+        m_desktop.showModal(window);
+        // A cancelled search leaves -1: nothing was marked, so nothing is reported.
+        if (m_state.searchResult > -1)
+            RelatorioEncontrados(m_state.searchResult);
     } else if (const int level = browse::viewLevel(key)) {
         showLevel(level);
     } else {
