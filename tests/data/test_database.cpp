@@ -8,28 +8,17 @@
 #include <QFile>
 #include <QTest>
 
-#include <functional>
-
 using varemo::Database;
 using varemo::JetError;
 using varemo::RecordsetType;
 using varemo::StorageBug;
 using varemo::UnitOfWork;
+using varemo::test::jetFailure;
 using varemo::test::TestCompany;
 
 namespace {
 
 constexpr int ShortWaitMs = 150;
-
-int failure(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const JetError& error) {
-        return error.number();
-    }
-    return 0;
-}
 
 QByteArray readAll(const QString& path)
 {
@@ -92,7 +81,7 @@ private slots:
             writeAll(path, bytes);
         const QByteArray left = readAll(path);
 
-        const int number = failure([&] {
+        const int number = jetFailure([&] {
             const auto db = Database::open(path, ShortWaitMs);
             db->checkTables(varemo::schema::chartTables());
         });
@@ -125,7 +114,7 @@ private slots:
         company.exec(lock);
         QElapsedTimer clock;
         clock.start();
-        const int number = failure([&] {
+        const int number = jetFailure([&] {
             if (action == QLatin1String("execute"))
                 db->execute("DELETE * FROM Procura;");
             else if (action == QLatin1String("unit"))
@@ -220,7 +209,7 @@ private slots:
         QCOMPARE(company.count("SELECT count(*) FROM NivelCategoria1"), 5);
         QCOMPARE(rs->recordCount(), 5);
         db->close(); // closes its recordsets too
-        QCOMPARE(::failure([&] { rs->moveFirst(); }), 3420);
+        QCOMPARE(jetFailure([&] { rs->moveFirst(); }), 3420);
     }
 };
 

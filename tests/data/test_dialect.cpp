@@ -9,7 +9,6 @@
 
 #include <memory>
 
-using varemo::JetError;
 using varemo::test::TestCompany;
 namespace dialect = varemo::dialect;
 
@@ -321,12 +320,7 @@ private slots:
     {
         QFETCH(QString, jet);
         QFETCH(int, number);
-        try {
-            run(jet);
-            QFAIL("no error");
-        } catch (const JetError& error) {
-            QCOMPARE(error.number(), number);
-        }
+        QCOMPARE(varemo::test::jetFailure([&] { run(jet); }), number);
         QCOMPARE(
             m_company
                 ->scalar(QStringLiteral(

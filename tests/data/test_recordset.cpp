@@ -4,12 +4,10 @@
 
 #include <QTest>
 
-#include <functional>
-
 using varemo::Database;
-using varemo::JetError;
 using varemo::Recordset;
 using varemo::RecordsetType;
+using varemo::test::jetFailure;
 using varemo::test::TestCompany;
 
 namespace {
@@ -21,17 +19,6 @@ const QString levelOneJoin = QStringLiteral("SELECT * FROM (NivelCategoria1 LEFT
 constexpr int AtEof = -1;
 constexpr int AtBof = -2;
 constexpr int Empty = -3;
-
-// The Jet number a call fails with, 0 when it does not fail.
-int failure(const std::function<void()>& call)
-{
-    try {
-        call();
-    } catch (const JetError& error) {
-        return error.number();
-    }
-    return 0;
-}
 
 // Where a recordset stands: the current Codigo, AtEof, AtBof or Empty.
 int where(const Recordset& rs)
@@ -119,7 +106,7 @@ private slots:
         QCOMPARE(where(*rs), rs->recordCount() ? 1 : Empty);
         for (const QString& step : steps.split(QLatin1Char(' '))) {
             const QString expected = step.section(QLatin1Char(':'), 1);
-            const int number = failure([&] {
+            const int number = jetFailure([&] {
                 move(*rs, step.section(QLatin1Char(':'), 0, 0));
                 if (!rs->eof() && !rs->bof())
                     rs->value("Nome"); // a deleted row fails here
@@ -132,7 +119,7 @@ private slots:
                                                             : expected.toInt();
             QCOMPARE(where(*rs), at);
             if (at < 0)
-                QCOMPARE(failure([&] { rs->value("Nome"); }), 3021);
+                QCOMPARE(jetFailure([&] { rs->value("Nome"); }), 3021);
         }
         if (source == byCode) // the file lost the rows the recordset did
             QCOMPARE(rs->recordCount(), stored("SELECT count(*) FROM NivelCategoria4"));
@@ -229,7 +216,7 @@ private slots:
         QCOMPARE(where(*rs), expected);
         rs->setBookmark(mark);
         QCOMPARE(where(*rs), 5);
-        QCOMPARE(failure([&] { rs->setBookmark(987654); }), 3159);
+        QCOMPARE(jetFailure([&] { rs->setBookmark(987654); }), 3159);
     }
 
     // After AddNew and Update the record current before stays current (at EOF, EOF); the
@@ -284,7 +271,7 @@ private slots:
         QFETCH(int, number);
         auto rs = source == QLatin1String("snapshot") ? m_db->openRecordset(byCode, RecordsetType::Snapshot)
                                                       : m_db->openRecordset(source);
-        QCOMPARE(failure([&] {
+        QCOMPARE(jetFailure([&] {
             if (call == QLatin1String("set"))
                 rs->setValue("Nome", QStringLiteral("x"));
             else if (call == QLatin1String("edit"))

@@ -1,6 +1,7 @@
 #include "support/company.h"
 
 #include "data/demo.h"
+#include "data/errors.h"
 #include "data/schema.h"
 
 #include <QDir>
@@ -213,6 +214,16 @@ void TestCompany::closeSql()
         return;
     QSqlDatabase::database(m_connection, false).close();
     QSqlDatabase::removeDatabase(m_connection);
+}
+
+int jetFailure(const std::function<void()>& call)
+{
+    try {
+        call();
+    } catch (const JetError& error) {
+        return error.number();
+    }
+    return 0;
 }
 
 } // namespace varemo::test

@@ -6,6 +6,8 @@
 #include <QTemporaryDir>
 #include <QVariant>
 
+#include <functional>
+
 namespace varemo::test {
 
 // A whole installation in a temporary folder, as the suite lays it out: a program folder
@@ -42,5 +44,8 @@ private:
     QTemporaryDir m_dir;
     QString m_connection;
 };
+
+// The Jet number a call fails with, 0 when it does not fail.
+int jetFailure(const std::function<void()>& call);
 
 } // namespace varemo::test
