@@ -181,10 +181,37 @@ void Database::Private::checkOpen() const
         throw closedObject();
 }
 
-void Database::Private::fail(const QString& original) const
+namespace {
+
+[[noreturn]] void failOn(sqlite3* handle, const QString& original)
 {
     throw dialect::fromSqlite(
         sqlite3_extended_errcode(handle), QString::fromUtf8(sqlite3_errmsg(handle)), original);
+}
+
+// One prepared statement with its parameters bound; a text holding a second statement, or
+// none at all, is refused before anything runs.
+sqlite3_stmt* bound(sqlite3* handle, Statement& statement, const Row& parameters, const QString& shown)
+{
+    if (statement.prepareResult() != SQLITE_OK)
+        failOn(handle, shown);
+    if (statement.hasTrailingText())
+        throw trailingText();
+    sqlite3_stmt* stmt = statement.get();
+    if (!stmt)
+        throw dialect::syntaxErrorInQuery(shown);
+    for (int i = 0; i < parameters.size(); ++i) {
+        if (bindValue(stmt, i + 1, parameters.at(i)) != SQLITE_OK)
+            failOn(handle, shown);
+    }
+    return stmt;
+}
+
+} // namespace
+
+void Database::Private::fail(const QString& original) const
+{
+    failOn(handle, original);
 }
 
 QueryResult Database::Private::query(
@@ -193,17 +220,7 @@ QueryResult Database::Private::query(
     checkOpen();
     const QString& shown = original.isEmpty() ? sql : original;
     Statement statement(handle, sql);
-    if (statement.prepareResult() != SQLITE_OK)
-        fail(shown);
-    if (statement.hasTrailingText())
-        throw trailingText();
-    sqlite3_stmt* stmt = statement.get();
-    if (!stmt)
-        throw dialect::syntaxErrorInQuery(shown);
-    for (int i = 0; i < parameters.size(); ++i) {
-        if (bindValue(stmt, i + 1, parameters.at(i)) != SQLITE_OK)
-            fail(shown);
-    }
+    sqlite3_stmt* stmt = bound(handle, statement, parameters, shown);
     QueryResult result;
     const int width = sqlite3_column_count(stmt);
     std::vector<Kind> kinds(static_cast<size_t>(width));
@@ -237,17 +254,7 @@ int Database::Private::run(const QString& sql, const Row& parameters, const QStr
     checkOpen();
     const QString& shown = original.isEmpty() ? sql : original;
     Statement statement(handle, sql);
-    if (statement.prepareResult() != SQLITE_OK)
-        fail(shown);
-    if (statement.hasTrailingText())
-        throw trailingText();
-    sqlite3_stmt* stmt = statement.get();
-    if (!stmt)
-        throw dialect::syntaxErrorInQuery(shown);
-    for (int i = 0; i < parameters.size(); ++i) {
-        if (bindValue(stmt, i + 1, parameters.at(i)) != SQLITE_OK)
-            fail(shown);
-    }
+    sqlite3_stmt* stmt = bound(handle, statement, parameters, shown);
     int rc = sqlite3_step(stmt);
     while (rc == SQLITE_ROW)
         rc = sqlite3_step(stmt);
