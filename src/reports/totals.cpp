@@ -1,0 +1,263 @@
+#include "reports/totals.h"
+
+#include "data/database.h"
+#include "data/dialect.h"
+#include "data/recordset.h"
+#include "editor/browse.h"
+
+#include <QHash>
+
+#include <optional>
+#include <utility>
+
+namespace varemo::totals {
+
+namespace {
+
+struct Tables {
+    QString lines; // VendaProdutos, CompraProdutos
+    QString documents; // Venda, Compra
+    QString productSetor;
+    QString productGrupos[2];
+    // Only concluded sales count; a purchase always does.
+    QString documentTest;
+};
+
+const Tables& tablesOf(Movement movement)
+{
+    static const Tables sales {QStringLiteral("VendaProdutos"), QStringLiteral("Venda"),
+        QStringLiteral("Receitas Clientes"),
+        {QStringLiteral("Vendas Produtos"), QStringLiteral("Vendas Insumos")},
+        QStringLiteral("Venda = True")};
+    static const Tables purchases {QStringLiteral("CompraProdutos"), QStringLiteral("Compra"),
+        QStringLiteral("Despesas Fornecedores"),
+        {QStringLiteral("Fornecedores Produtos"), QStringLiteral("Fornecedores Insumos")}, {}};
+    return movement == Movement::Sales ? sales : purchases;
+}
+
+QString booleanLiteral(bool flag)
+{
+    return flag ? QStringLiteral("True") : QStringLiteral("False");
+}
+
+double number(const QVariant& value)
+{
+    return value.isNull() ? 0.0 : value.toDouble();
+}
+
+// What a SUM query is made of: the counted thing's code, its sector or line, the kind.
+struct Key {
+    qint64 code = 0;
+    qint64 setor = 0;
+    bool product = false;
+    friend bool operator==(const Key&, const Key&) = default;
+};
+
+size_t qHash(const Key& key, size_t seed = 0)
+{
+    return qHashMulti(seed, key.code, key.setor, key.product);
+}
+
+Totals literalTotal(Movement movement, Database& database, QString& sql, const ItemPath& path, QDate start,
+    QDate end, Recordset* lines, int level)
+{
+    sql = ancestorJoinQuery(level, sql);
+    auto join = database.openRecordset(sql, RecordsetType::Snapshot);
+    sql.clear();
+    std::unique_ptr<Recordset> ownLines;
+    if (isProductBranch(movement, path)) {
+        if (lines == nullptr) {
+            ownLines = database.openRecordset(linesAndProductsQuery(), RecordsetType::Snapshot);
+            lines = ownLines.get();
+        }
+        if (lines->findFirst(productCriteria(path))) {
+            sql = sumQuery(movement, start, end, lines->value(QStringLiteral("CodigoProduto")).toLongLong(),
+                lines->value(QStringLiteral("Linhas.CodigoLinha")).toLongLong(), true);
+        }
+    } else if (join->findFirst(accountCriteria(path))) {
+        sql = sumQuery(movement, start, end,
+            join->value(QStringLiteral("NivelCategoria4.Codigo")).toLongLong(),
+            join->value(QStringLiteral("NivelCategoria1.Codigo")).toLongLong(), false);
+    }
+    Totals result;
+    if (!sql.isEmpty()) {
+        auto sums = database.openRecordset(sql, RecordsetType::Snapshot);
+        result.money = number(sums->value(QStringLiteral("Somatoria")));
+        result.quantity = number(sums->value(QStringLiteral("Qtde")));
+        sums->close();
+    }
+    join->close();
+    return result;
+}
+
+// Names as a find compares them; null when the row has no such ancestor (never matches).
+std::optional<QString> nameKey(const QList<QVariant>& row, std::initializer_list<int> columns)
+{
+    QString key;
+    for (int column : columns) {
+        const QVariant& name = row.at(column);
+        if (name.isNull())
+            return std::nullopt;
+        key += dialect::foldKey(name.toString()) + QChar(0x1f);
+    }
+    return key;
+}
+
+QString pathKey(const ItemPath& path, bool product)
+{
+    QStringList names {path.item, path.conta};
+    if (!product)
+        names << path.grupo << path.setor;
+    QString key;
+    for (const QString& name : names)
+        key += dialect::foldKey(name) + QChar(0x1f);
+    return key;
+}
+
+// Every row's names mapped to the first row that carries them, as findFirst would stop.
+QHash<QString, Key> firstRows(const Recordset* rows, const QStringList& fields, const QString& codeField,
+    const QString& setorField, bool product)
+{
+    QHash<QString, Key> found;
+    std::vector<int> at;
+    for (const QString& field : fields)
+        at.push_back(rows->fieldIndex(field));
+    const int code = rows->fieldIndex(codeField);
+    const int setor = rows->fieldIndex(setorField);
+    for (const QList<QVariant>& row : rows->rows()) {
+        const auto key
+            = fields.size() == 2 ? nameKey(row, {at[0], at[1]}) : nameKey(row, {at[0], at[1], at[2], at[3]});
+        if (key && !found.contains(*key))
+            found.insert(*key, Key {row.at(code).toLongLong(), row.at(setor).toLongLong(), product});
+    }
+    return found;
+}
+
+QString groupedSumQuery(Movement movement, QDate start, QDate end)
+{
+    const Tables& t = tablesOf(movement);
+    const QString key = QStringLiteral("%1.CodigoProduto, %1.CodigoSetor, %1.Produto").arg(t.lines);
+    QString where = QStringLiteral("(DataDocumento BETWEEN #") + jetDate(start) + QStringLiteral("# AND #")
+        + jetDate(end) + QStringLiteral("#)");
+    if (!t.documentTest.isEmpty())
+        where += QStringLiteral(" AND ") + t.documentTest;
+    return QStringLiteral("SELECT ") + key
+        + QStringLiteral(", SUM(PrecoUnit*QdeComprada) as Somatoria, SUM(QdeComprada) as Qtde ")
+        + QStringLiteral("FROM %1 INNER JOIN %2 ON %1.Codigo = %2.Codigo ").arg(t.lines, t.documents)
+        + QStringLiteral("WHERE ") + where + QStringLiteral(" GROUP BY ") + key + QLatin1Char(';');
+}
+
+} // namespace
+
+QString ancestorJoinQuery(int level, const QString& current)
+{
+    return level >= 1 && level <= 4 ? browse::joinedLevelQuery(level) : current;
+}
+
+QString linesAndProductsQuery()
+{
+    return QStringLiteral("SELECT Linhas.CodigoLinha, Linhas.NomeLinha, Linhas.Insumo, Produtos.* ")
+        + QStringLiteral("FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = Produtos.CodigoLinha ")
+        + QStringLiteral(" ORDER BY Linhas.Insumo, Linhas.NomeLinha, Produtos.NomeProduto;");
+}
+
+QString jetDate(QDate day)
+{
+    return day.toString(QStringLiteral("MM/dd/yyyy"));
+}
+
+bool isProductBranch(Movement movement, const ItemPath& path)
+{
+    const Tables& t = tablesOf(movement);
+    return path.setor == t.productSetor
+        && (path.grupo == t.productGrupos[0] || path.grupo == t.productGrupos[1]);
+}
+
+QString accountCriteria(const ItemPath& path)
+{
+    return QStringLiteral("NivelCategoria4.Nome = '") + path.item
+        + QStringLiteral("' AND NivelCategoria3.Nome = '") + path.conta
+        + QStringLiteral("' AND NivelCategoria2.Nome = '") + path.grupo
+        + QStringLiteral("' AND NivelCategoria1.Nome = '") + path.setor + QStringLiteral("'");
+}
+
+QString productCriteria(const ItemPath& path)
+{
+    return QStringLiteral("NomeProduto = '") + path.item + QStringLiteral("' AND NomeLinha = '") + path.conta
+        + QStringLiteral("'");
+}
+
+QString sumQuery(Movement movement, QDate start, QDate end, qint64 code, qint64 setorCode, bool product)
+{
+    const Tables& t = tablesOf(movement);
+    QString sql = QStringLiteral("SELECT SUM(PrecoUnit*QdeComprada) as Somatoria, SUM(QdeComprada) as Qtde ")
+        + QStringLiteral("FROM %1 INNER JOIN %2 ON ").arg(t.lines, t.documents)
+        + QStringLiteral("%1.Codigo = %2.Codigo ").arg(t.lines, t.documents)
+        + QStringLiteral("WHERE (DataDocumento BETWEEN #") + jetDate(start) + QStringLiteral("# AND #")
+        + jetDate(end) + QStringLiteral("#) AND ");
+    if (!t.documentTest.isEmpty())
+        sql += t.documentTest + QStringLiteral(" AND ");
+    return sql + t.lines + QStringLiteral(".CodigoProduto = ") + QString::number(code)
+        + QStringLiteral(" AND ") + t.lines + QStringLiteral(".CodigoSetor = ") + QString::number(setorCode)
+        + QStringLiteral(" AND ") + t.lines + QStringLiteral(".Produto = ") + booleanLiteral(product)
+        + QLatin1Char(';');
+}
+
+Totals SomaVendas(Database& database, QString& sql, const ItemPath& path, QDate start, QDate end,
+    Recordset* lines, int level)
+{
+    return literalTotal(Movement::Sales, database, sql, path, start, end, lines, level);
+}
+
+Totals SomaCompras(Database& database, QString& sql, const ItemPath& path, QDate start, QDate end,
+    Recordset* lines, int level)
+{
+    return literalTotal(Movement::Purchases, database, sql, path, start, end, lines, level);
+}
+
+std::vector<Totals> periodTotals(Database& database, Movement movement, const std::vector<ItemPath>& items,
+    QDate start, QDate end, Recordset* lines)
+{
+    const QStringList itemFields {QStringLiteral("NivelCategoria4.Nome"),
+        QStringLiteral("NivelCategoria3.Nome"), QStringLiteral("NivelCategoria2.Nome"),
+        QStringLiteral("NivelCategoria1.Nome")};
+    const auto join = database.openRecordset(ancestorJoinQuery(4, {}), RecordsetType::Snapshot);
+    const auto accounts = firstRows(join.get(), itemFields, QStringLiteral("NivelCategoria4.Codigo"),
+        QStringLiteral("NivelCategoria1.Codigo"), false);
+    std::unique_ptr<Recordset> ownLines;
+    if (lines == nullptr)
+        ownLines = database.openRecordset(linesAndProductsQuery(), RecordsetType::Snapshot);
+    const auto products = firstRows(lines ? lines : ownLines.get(),
+        {QStringLiteral("NomeProduto"), QStringLiteral("NomeLinha")}, QStringLiteral("CodigoProduto"),
+        QStringLiteral("Linhas.CodigoLinha"), true);
+
+    QHash<Key, Totals> sums;
+    auto grouped = database.openRecordset(groupedSumQuery(movement, start, end), RecordsetType::Snapshot);
+    for (const QList<QVariant>& row : grouped->rows()) {
+        if (row.at(0).isNull() || row.at(1).isNull() || row.at(2).isNull())
+            continue; // a line without a code or a kind is never asked for
+        sums.insert(Key {row.at(0).toLongLong(), row.at(1).toLongLong(), row.at(2).toLongLong() != 0},
+            Totals {number(row.at(3)), number(row.at(4))});
+    }
+    grouped->close();
+
+    std::vector<Totals> result;
+    result.reserve(items.size());
+    for (const ItemPath& path : items) {
+        const bool product = isProductBranch(movement, path);
+        const QString quote = QStringLiteral("'");
+        if (path.item.contains(quote) || path.conta.contains(quote) || path.grupo.contains(quote)
+            || path.setor.contains(quote)) {
+            // A quote changes what the criterion says; only the routine itself tells what.
+            QString scratch;
+            result.push_back(literalTotal(movement, database, scratch, path, start, end, lines, 4));
+            continue;
+        }
+        const auto& found = product ? products : accounts;
+        const auto key = found.constFind(pathKey(path, product));
+        result.push_back(key == found.cend() ? Totals {} : sums.value(*key));
+    }
+    return result;
+}
+
+} // namespace varemo::totals
