@@ -91,7 +91,7 @@ Totals literalTotal(Movement movement, Database& database, QString& sql, const I
 }
 
 // Names as a find compares them; null when the row has no such ancestor (never matches).
-std::optional<QString> nameKey(const QList<QVariant>& row, std::initializer_list<int> columns)
+std::optional<QString> nameKey(const QList<QVariant>& row, const std::vector<int>& columns)
 {
     QString key;
     for (int column : columns) {
@@ -125,8 +125,7 @@ QHash<QString, Key> firstRows(const Recordset* rows, const QStringList& fields, 
     const int code = rows->fieldIndex(codeField);
     const int setor = rows->fieldIndex(setorField);
     for (const QList<QVariant>& row : rows->rows()) {
-        const auto key
-            = fields.size() == 2 ? nameKey(row, {at[0], at[1]}) : nameKey(row, {at[0], at[1], at[2], at[3]});
+        const auto key = nameKey(row, at);
         if (key && !found.contains(*key))
             found.insert(*key, Key {row.at(code).toLongLong(), row.at(setor).toLongLong(), product});
     }
@@ -137,11 +136,14 @@ QString groupedSumQuery(Movement movement, QDate start, QDate end)
 {
     const Tables& t = tablesOf(movement);
     const QString key = QStringLiteral("%1.CodigoProduto, %1.CodigoSetor, %1.Produto").arg(t.lines);
+    // The kind is read back through the same tests the one-item statement makes, so a
+    // line whose flag is neither of the two literals is counted by neither way.
+    const QString kinds = QStringLiteral(", %1.Produto = True, %1.Produto = False").arg(t.lines);
     QString where = QStringLiteral("(DataDocumento BETWEEN #") + jetDate(start) + QStringLiteral("# AND #")
         + jetDate(end) + QStringLiteral("#)");
     if (!t.documentTest.isEmpty())
         where += QStringLiteral(" AND ") + t.documentTest;
-    return QStringLiteral("SELECT ") + key
+    return QStringLiteral("SELECT ") + key + kinds
         + QStringLiteral(", SUM(PrecoUnit*QdeComprada) as Somatoria, SUM(QdeComprada) as Qtde ")
         + QStringLiteral("FROM %1 INNER JOIN %2 ON %1.Codigo = %2.Codigo ").arg(t.lines, t.documents)
         + QStringLiteral("WHERE ") + where + QStringLiteral(" GROUP BY ") + key + QLatin1Char(';');
@@ -234,10 +236,11 @@ std::vector<Totals> periodTotals(Database& database, Movement movement, const st
     QHash<Key, Totals> sums;
     auto grouped = database.openRecordset(groupedSumQuery(movement, start, end), RecordsetType::Snapshot);
     for (const QList<QVariant>& row : grouped->rows()) {
-        if (row.at(0).isNull() || row.at(1).isNull() || row.at(2).isNull())
-            continue; // a line without a code or a kind is never asked for
-        sums.insert(Key {row.at(0).toLongLong(), row.at(1).toLongLong(), row.at(2).toLongLong() != 0},
-            Totals {number(row.at(3)), number(row.at(4))});
+        // Columns: code, sector, flag, "is a product", "is an account", money, quantity.
+        if (row.at(0).isNull() || row.at(1).isNull() || row.at(3).toInt() == row.at(4).toInt())
+            continue; // never asked for: no code, or a flag neither statement matches
+        sums.insert(Key {row.at(0).toLongLong(), row.at(1).toLongLong(), row.at(3).toInt() != 0},
+            Totals {number(row.at(5)), number(row.at(6))});
     }
     grouped->close();
 

@@ -67,8 +67,10 @@ private slots:
         company.closeSql();
         if (items > 0) {
             demo::generateCompany(company.databasePath(), items, 2000, 7, March31);
-            // Some quotes not taken, and a sales group under an ordinary sector.
+            // Quotes not taken, flags written as another program would, a sales group under an ordinary
+            // sector.
             company.exec(QStringLiteral("UPDATE Venda SET Venda = 0 WHERE Codigo % 4 = 0"));
+            company.exec(QStringLiteral("UPDATE CompraProdutos SET Produto = -1 WHERE rowid % 5 = 0"));
             company.exec(QStringLiteral(
                 "UPDATE NivelCategoria2 SET Nome = 'Vendas Produtos' WHERE Codigo = "
                 "(SELECT MIN(NivelCategoria2.Codigo) FROM NivelCategoria2 JOIN NivelCategoria1 "
