@@ -153,6 +153,22 @@ private slots:
         QCOMPARE(QStringLiteral("%1 %2").arg(one.money).arg(one.quantity), totals);
         QCOMPARE(QStringLiteral("%1 %2").arg(bulk.money).arg(bulk.quantity), totals);
     }
+
+    // A quote breaks the find's text: the grouped pass fails as the one-item routine does.
+    void quoteInNameFails()
+    {
+        test::TestCompany company;
+        company.closeSql();
+        auto database = Database::open(company.databasePath());
+        const ItemPath item
+            = path(QStringLiteral("Despesas>Despesas Administrativas>Ocupação>Energia>Conta d'água"));
+        QString sql;
+        const int literal = test::jetFailure([&] { SomaCompras(*database, sql, item, March1, March31); });
+        QVERIFY(literal != 0);
+        QCOMPARE(
+            test::jetFailure([&] { periodTotals(*database, Movement::Purchases, {item}, March1, March31); }),
+            literal);
+    }
 };
 
 VAREMO_TEST(TestTotals);
