@@ -52,7 +52,6 @@ private slots:
         QTest::addColumn<QDate>("start");
         QTest::addColumn<QDate>("end");
         QTest::newRow("seeded, March") << 0 << March1 << March31;
-        QTest::newRow("seeded, ends only") << 0 << March31 << QDate(2026, 4, 1);
         QTest::newRow("seeded, from a non-sale day") << 0 << QDate(2026, 3, 10) << QDate(2026, 3, 20);
         QTest::newRow("generated, year") << 60 << QDate(2025, 4, 1) << March31;
         QTest::newRow("generated, a week") << 60 << QDate(2026, 2, 2) << QDate(2026, 2, 8);
@@ -67,8 +66,7 @@ private slots:
         company.closeSql();
         if (items > 0) {
             demo::generateCompany(company.databasePath(), items, 2000, 7, March31);
-            // Quotes not taken, flags written as another program would, a sales group under an ordinary
-            // sector.
+            // Quotes not taken, flags written by another program, a sales group in an ordinary sector.
             company.exec(QStringLiteral("UPDATE Venda SET Venda = 0 WHERE Codigo % 4 = 0"));
             company.exec(QStringLiteral("UPDATE CompraProdutos SET Produto = -1 WHERE rowid % 5 = 0"));
             company.exec(QStringLiteral(
