@@ -36,6 +36,11 @@ struct TocEntry {
     qreal y = 0;
 };
 
+inline QSizeF a4(bool landscape = false)
+{
+    return landscape ? QSizeF(297, 210) : QSizeF(210, 297);
+}
+
 struct Document {
     QSizeF pageSize {210, 297}; // A4 portrait
     std::vector<Page> pages;

@@ -1,6 +1,7 @@
 #include "reports/painter.h"
 
 #include <QFont>
+#include <QFontMetricsF>
 #include <QPainter>
 #include <QPdfWriter>
 #include <QPen>
@@ -25,7 +26,11 @@ void paintPage(const Document& document, int page, QPainter& painter, qreal dots
         font.setBold(run.bold);
         painter.setFont(font);
         const QRectF rect(run.rect.topLeft() * dotsPerMm, run.rect.size() * dotsPerMm);
-        painter.drawText(rect, int(run.align) | Qt::TextSingleLine, run.text);
+        // a name longer than its column ends in "..." rather than running over the next one
+        const QString text = rect.width() > 0
+            ? QFontMetricsF(font, painter.device()).elidedText(run.text, Qt::ElideRight, rect.width())
+            : run.text;
+        painter.drawText(rect, int(run.align) | Qt::TextSingleLine, text);
     }
     painter.restore();
 }
