@@ -175,14 +175,7 @@ void Contas::Salvar(int cancelar)
     if (cancelar == 0)
         return; // saving arrives with the save rules
     Gravou = false;
-    EmInclusao = false;
-    EmAlteracao = false;
-    setBands(true);
-    MenuBotao(commands::ModeView);
-    if (PaginaAtiva == 1)
-        Texto[0]->setFocus();
-    else
-        Combo[0]->setFocus();
+    SaiModo();
 }
 
 bool Contas::Form_KeyDown(int qtKey)

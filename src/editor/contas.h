@@ -8,6 +8,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 
 class QAction;
 class QCloseEvent;
@@ -60,6 +61,14 @@ public:
 
     // Ends an insert or edit: 0 saves, 1 cancels.
     void Salvar(int cancelar);
+    // Opens the current record for change ("ID_Alterar"), unless it refuses.
+    void Alterar();
+    // Opens a new record ("ID_Incluir").
+    void Incluir();
+    // Leaves insert or edit mode, after a save or on cancel.
+    void SaiModo();
+    // The level page's list of `level` (1..3): the children of the name in the field above.
+    void PreencheTexto(int level);
 
     // Tree and selectors.
     void CarregaArvore();
@@ -128,6 +137,8 @@ public:
     int PaginaAtiva = 0;
     std::array<qint32, 2> TotalRegistros {};
     std::array<QString, 5> TextoSalvo;
+    // Where each page returns when a mode ends; empty when there was no record.
+    std::array<std::optional<Recordset::Bookmark>, 2> PosicaoSalva;
     bool EmInclusao = false;
     bool EmAlteracao = false;
     bool Gravou = false;
@@ -181,6 +192,8 @@ private:
     bool hitsInUse() const;
     void setHitButtons();
     void followInTree(const Recordset& rows);
+    void setCommandGroup(bool enabled);
+    void fillAllSelectors();
 
     AppState& m_state;
     Desktop& m_desktop;

@@ -164,6 +164,10 @@ bool Contas::runShellCommand(const QString& key)
         contextHelp();
     } else if (key == QStringLiteral("ID_EnviarMail")) {
         m_desktop.sendMail();
+    } else if (key == QStringLiteral("ID_Incluir")) {
+        Incluir();
+    } else if (key == QStringLiteral("ID_Alterar")) {
+        Alterar();
     } else if (key == QStringLiteral("ID_Cancelar")) {
         if (EmInclusao || EmAlteracao)
             Salvar(1);
