@@ -24,6 +24,7 @@ namespace varemo {
 
 namespace {
 
+const QString SaveRoutine = QStringLiteral("Gravando Registro");
 const QString ArchiveSuffix = QStringLiteral("   [Arq. Mortos Carregados]");
 
 // Every product of every line, supplies first, as the purchase items choose them.
@@ -172,9 +173,26 @@ void Contas::MostraMarcas(qint32 reportCode)
 
 void Contas::Salvar(int cancelar)
 {
-    if (cancelar == 0)
-        return; // saving arrives with the save rules
     Gravou = false;
+    if (cancelar != 0) {
+        SaiModo();
+        return;
+    }
+    if (PaginaAtiva != 0)
+        return; // the level page's save is still to come: its mode stays open
+    QList<SavedRow> rows;
+    try {
+        UnitOfWork work(database());
+        saveHierarchy(rows);
+        work.commit();
+    } catch (const JetError& error) {
+        // Nothing was written; the mode stays open to correct the names or cancel.
+        Gravou = false;
+        logError(m_state, m_desktop, SaveRoutine, error.description(), error.number());
+        return;
+    }
+    for (const SavedRow& row : rows)
+        placeInTree(row);
     SaiModo();
 }
 

@@ -65,6 +65,10 @@ public:
     void Alterar();
     // Opens a new record ("ID_Incluir").
     void Incluir();
+    // "ID_Gravar": the blank check, then the save.
+    void Gravar();
+    // False only at level 4 with a selector blank or of spaces.
+    bool CampoEmBranco() const;
     // Leaves insert or edit mode, after a save or on cancel.
     void SaiModo();
     // The level page's list of `level` (1..3): the children of the name in the field above.
@@ -193,6 +197,16 @@ private:
     void setHitButtons();
     void followInTree(const Recordset& rows);
     void setCommandGroup(bool enabled);
+    struct SavedRow {
+        int level;
+        qint32 code;
+        QString name;
+        qint32 parent;
+    };
+    void saveHierarchy(QList<SavedRow>& rows);
+    qint32 findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows);
+    void placeInTree(const SavedRow& row);
+    void refreshAfterSave();
     void fillAllSelectors();
 
     AppState& m_state;

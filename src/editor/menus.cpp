@@ -168,6 +168,8 @@ bool Contas::runShellCommand(const QString& key)
         Incluir();
     } else if (key == QStringLiteral("ID_Alterar")) {
         Alterar();
+    } else if (key == QStringLiteral("ID_Gravar")) {
+        Gravar();
     } else if (key == QStringLiteral("ID_Cancelar")) {
         if (EmInclusao || EmAlteracao)
             Salvar(1);

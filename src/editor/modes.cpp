@@ -137,7 +137,9 @@ void Contas::SaiModo()
     setCommandGroup(true);
     const auto page = static_cast<std::size_t>(PaginaAtiva);
     Recordset* rows = dataSet();
-    if (!Gravou && rows != nullptr && PosicaoSalva[page]) {
+    if (Gravou) {
+        refreshAfterSave();
+    } else if (rows != nullptr && PosicaoSalva[page]) {
         try {
             rows->setBookmark(*PosicaoSalva[page]);
             syncPosition();

@@ -1,0 +1,136 @@
+#include "app/desktop.h"
+#include "data/database.h"
+#include "editor/contas.h"
+#include "editor/tree.h"
+#include "editor/widgets.h"
+
+#include <QTreeWidget>
+
+namespace varemo {
+
+namespace {
+
+QString nameCriteria(int level, const QString& name, qint32 parent)
+{
+    // Names go in as typed: an apostrophe breaks the criteria and the save fails.
+    if (level == 0)
+        return QStringLiteral("Nome = '") + name + QStringLiteral("'");
+    return QStringLiteral("Nome = '") + name + QStringLiteral("' AND CodigoCategoria%1 = ").arg(level - 1)
+        + QString::number(parent);
+}
+
+} // namespace
+
+bool Contas::CampoEmBranco() const
+{
+    if (NivelAtual != 4)
+        return true;
+    for (const Selector* combo : Combo) {
+        if (combo->text().trimmed().isEmpty())
+            return false;
+    }
+    return true;
+}
+
+void Contas::Gravar()
+{
+    if (!EmInclusao && !EmAlteracao)
+        return;
+    if (!CampoEmBranco()) {
+        m_desktop.msgbox(QStringLiteral("Não pode ter campo em branco"), vb::Information,
+            QStringLiteral("Existe campo em branco"));
+        return;
+    }
+    Salvar(0);
+}
+
+qint32 Contas::findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows)
+{
+    Recordset& table = *Nivel[static_cast<std::size_t>(level)];
+    const QString criteria = nameCriteria(level, name, parent);
+    if (!table.findFirst(criteria)) {
+        // A missing sector, group or account on the path is made silently.
+        table.addNew();
+        table.setValue(QStringLiteral("Nome"), name);
+        table.setValue(QStringLiteral("CodigoCategoria%1").arg(level - 1), parent);
+        table.update();
+        table.findFirst(criteria);
+        rows.append({level, table.value(QStringLiteral("Codigo")).toInt(), name, parent});
+    }
+    return table.value(QStringLiteral("Codigo")).toInt();
+}
+
+void Contas::saveHierarchy(QList<SavedRow>& rows)
+{
+    qint32 edited = 0;
+    if (EmAlteracao)
+        edited = dataSet()->value(QStringLiteral("NivelCategoria4.Codigo")).toInt();
+    Recordset& categories = *Nivel[0];
+    // A category is never made; an unknown one leaves the code the table stands on.
+    categories.findFirst(nameCriteria(0, Combo[0]->text(), 0));
+    qint32 parent
+        = categories.eof() || categories.bof() ? 0 : categories.value(QStringLiteral("Codigo")).toInt();
+    for (int level = 1; level <= 3; ++level)
+        parent = findOrAdd(level, Combo[static_cast<std::size_t>(level)]->text(), parent, rows);
+
+    Recordset& items = *Nivel[4];
+    const QString name = Combo[4]->text();
+    const QString criteria = nameCriteria(4, name, parent);
+    if (EmInclusao) {
+        if (items.findFirst(criteria)) {
+            CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
+            Gravou = true;
+            m_desktop.msgbox(
+                QStringLiteral("Este item já existe."), vb::Information, QStringLiteral("Item existente"));
+            return;
+        }
+        items.addNew();
+    } else {
+        items.findFirst(QStringLiteral("Codigo = ") + QString::number(edited));
+        items.edit();
+    }
+    items.setValue(QStringLiteral("Nome"), name);
+    items.setValue(QStringLiteral("CodigoCategoria3"), parent);
+    // Only the product side ties an item to a product.
+    items.setValue(QStringLiteral("CodigoProduto"), 0);
+    items.update();
+    items.findFirst(criteria);
+    CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
+    rows.append({4, CodigoGravado, name, parent});
+    Gravou = true;
+}
+
+void Contas::placeInTree(const SavedRow& row)
+{
+    QTreeWidgetItem* parent = node(nodeKey(row.parent, row.level - 1));
+    if (parent == nullptr)
+        return;
+    const QString key = nodeKey(row.code, row.level);
+    QTreeWidgetItem* item = m_nodes.value(key);
+    if (item == nullptr) {
+        item = new QTreeWidgetItem;
+        item->setData(0, KeyRole, key);
+        setNodeImage(item, QStringLiteral("Nenhum"));
+        m_nodes.insert(key, item);
+    } else if (item->parent() != nullptr) {
+        item->parent()->removeChild(item);
+    }
+    item->setText(0, row.name);
+    // Siblings stay in name order, compared as the database compares names.
+    int at = 0;
+    while (at < parent->childCount()
+        && QString::compare(parent->child(at)->text(0), row.name, Qt::CaseInsensitive) <= 0)
+        ++at;
+    parent->insertChild(at, item);
+}
+
+void Contas::refreshAfterSave()
+{
+    showLevel(PaginaAtiva == 1 ? NivelAtual : 4, false, true);
+    if (CodigoGravado != 0)
+        relocate(PaginaAtiva == 1 ? NivelAtual : 4, CodigoGravado);
+    syncPosition();
+    PreencheCampos();
+}
+
+} // namespace varemo
