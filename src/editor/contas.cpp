@@ -178,12 +178,13 @@ void Contas::Salvar(int cancelar)
         SaiModo();
         return;
     }
-    if (PaginaAtiva != 0)
-        return; // the level page's save is still to come: its mode stays open
     QList<SavedRow> rows;
     try {
         UnitOfWork work(database());
-        saveHierarchy(rows);
+        if (PaginaAtiva == 1)
+            saveLevelPage(rows);
+        else
+            saveHierarchy(rows);
         work.commit();
     } catch (const JetError& error) {
         // Nothing was written; the mode stays open to correct the names or cancel.

@@ -100,6 +100,52 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
     Gravou = true;
 }
 
+qint32 Contas::codeOf(int level, const QString& criteria)
+{
+    // Found or not, the code is that of the row the table stands on.
+    Recordset& table = *Nivel[static_cast<std::size_t>(level)];
+    table.findFirst(criteria);
+    return table.bof() || table.eof() ? 0 : table.value(QStringLiteral("Codigo")).toInt();
+}
+
+void Contas::saveLevelPage(QList<SavedRow>& rows)
+{
+    const int level = NivelAtual;
+    qint32 edited = 0;
+    if (EmAlteracao)
+        edited = dataSet()->value(QStringLiteral("NivelCategoria%1.Codigo").arg(level)).toInt();
+    qint32 parent = codeOf(0, nameCriteria(0, Combo[0]->text(), 0));
+    for (int above = 1; above < level; ++above)
+        parent = codeOf(above, nameCriteria(above, Combo[static_cast<std::size_t>(above)]->text(), parent));
+
+    Recordset& table = *Nivel[static_cast<std::size_t>(level)];
+    const QString name = Texto[static_cast<std::size_t>(level)]->text();
+    const QString criteria = nameCriteria(level, name, parent);
+    if (EmInclusao) {
+        if (table.findFirst(criteria)) {
+            CodigoGravado = table.value(QStringLiteral("Codigo")).toInt();
+            Gravou = true;
+            m_desktop.msgbox(QStringLiteral("Este registro já existe no plano de contas."), vb::Information,
+                QStringLiteral("Registro já existente"));
+            return;
+        }
+        table.addNew();
+    } else {
+        table.findFirst(QStringLiteral("Codigo = ") + QString::number(edited));
+        table.edit();
+    }
+    table.setValue(QStringLiteral("Nome"), name);
+    // A level-page save never moves a category or an item.
+    if (level >= 1 && level <= 3)
+        table.setValue(QStringLiteral("CodigoCategoria%1").arg(level - 1), parent);
+    table.update();
+    table.findFirst(criteria);
+    CodigoGravado = table.value(QStringLiteral("Codigo")).toInt();
+    if (level >= 1 && level <= 3)
+        rows.append({level, CodigoGravado, name, parent});
+    Gravou = true;
+}
+
 void Contas::placeInTree(const SavedRow& row)
 {
     QTreeWidgetItem* parent = node(nodeKey(row.parent, row.level - 1));

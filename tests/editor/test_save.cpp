@@ -69,6 +69,34 @@ private slots:
                                  .join(QLatin1Char('|'));
         QCOMPARE(seen, expected);
     }
+
+    void saveOnLevelPage_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<QString>("expected"); // box title, accounts, tree text of the saved account
+        QTest::newRow("new account") << QStringLiteral("Telefone") << QStringLiteral("|8|Telefone");
+        QTest::newRow("existing account")
+            << QStringLiteral("Energia") << QStringLiteral("Registro já existente|7|Energia");
+    }
+    void saveOnLevelPage()
+    {
+        QFETCH(QString, name);
+        QFETCH(QString, expected);
+        LoadedContas fx;
+        QVERIFY(fx.window->relocate(4, 8)); // "Conta de luz", under "Energia"
+        fx.window->PreencheCampos();
+        fx.window->tool_click(QStringLiteral("ID_Conta"));
+        fx.window->tool_click(QStringLiteral("ID_Incluir"));
+        fx.window->Texto[3]->setText(name);
+        fx.clearCalls();
+        fx.window->tool_click(QStringLiteral("ID_Gravar"));
+        QTreeWidgetItem* saved = fx.window->node(nodeKey(fx.window->CodigoGravado, 3));
+        const QString seen = QStringList {fx.desktop.boxes.isEmpty() ? QString() : fx.desktop.boxes[0].title,
+            QString::number(rowCount(*fx.state.database, QStringLiteral("NivelCategoria3"))),
+            saved != nullptr ? saved->text(0) : QString()}
+                                 .join(QLatin1Char('|'));
+        QCOMPARE(seen, expected);
+    }
 };
 
 VAREMO_TEST(TestSave);
