@@ -67,6 +67,8 @@ public:
     void Incluir();
     // "ID_Gravar": the blank check, then the save.
     void Gravar();
+    // "ID_Excluir" on a record: the delete rules, then the neighbour becomes current.
+    void Excluir();
     // False only at level 4 with a selector blank or of spaces.
     bool CampoEmBranco() const;
     // Leaves insert or edit mode, after a save or on cancel.
@@ -113,6 +115,14 @@ public:
     void hideReportList();
     void Relatos_Click();
     void BotaoVer_Click();
+    // The record commands while the report list is shown. `reportChosen` tells the user to
+    // choose a report first and returns false when none is chosen.
+    bool reportChosen();
+    void newReport();
+    void editReport();
+    void deleteReport();
+    // "ID_PlanoContas": asks for the listing level, then the chart listing.
+    void printChart();
 
     AppState& state() const { return m_state; }
     // The open company database; a StorageBug when there is none.

@@ -165,9 +165,22 @@ bool Contas::runShellCommand(const QString& key)
     } else if (key == QStringLiteral("ID_EnviarMail")) {
         m_desktop.sendMail();
     } else if (key == QStringLiteral("ID_Incluir")) {
-        Incluir();
+        if (reportsVisible())
+            newReport();
+        else
+            Incluir();
     } else if (key == QStringLiteral("ID_Alterar")) {
-        Alterar();
+        if (!reportsVisible())
+            Alterar();
+        else if (reportChosen())
+            editReport();
+    } else if (key == QStringLiteral("ID_Excluir")) {
+        if (!reportsVisible())
+            Excluir();
+        else if (reportChosen())
+            deleteReport();
+    } else if (key == QStringLiteral("ID_PlanoContas")) {
+        printChart();
     } else if (key == QStringLiteral("ID_Gravar")) {
         Gravar();
     } else if (key == QStringLiteral("ID_Cancelar")) {
