@@ -3,6 +3,7 @@
 #include "data/database.h"
 
 #include <QString>
+#include <QStringList>
 
 #include <memory>
 
@@ -38,6 +39,11 @@ struct AppState {
     QString periodStart; // "dd-mm-yyyy"
     QString periodEnd;
     bool confirmed = false;
+
+    // What the report commands hand the run-report routine.
+    int listingLevel = 4; // the chart listing's depth, 1 Setor .. 4 Item
+    QStringList reportEntries; // the path entries of the chosen definition
+    QString reportName;
 };
 
 } // namespace varemo

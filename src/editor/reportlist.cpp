@@ -1,10 +1,15 @@
 // The list of saved reports: while it is shown, the record commands act on reports.
 
+#include "app/desktop.h"
 #include "app/errorlog.h"
 #include "app/state.h"
 #include "data/database.h"
 #include "editor/contas.h"
+#include "editor/images.h"
 #include "editor/tree.h"
+#include "reports/dataperiodo.h"
+#include "reports/relpersonal.h"
+#include "reports/runreport.h"
 
 #include <QGroupBox>
 #include <QListWidget>
@@ -71,9 +76,39 @@ void Contas::Relatos_Click()
     }
 }
 
+namespace {
+
+// The marked nodes below `node`, depth first in tree order: a node chosen as a whole gives
+// "S", one chosen in part "N"; an unmarked branch holds nothing chosen and is skipped.
+void markedEntries(const QTreeWidgetItem* node, QStringList& entries)
+{
+    for (int i = 0; i < node->childCount(); ++i) {
+        const QTreeWidgetItem* child = node->child(i);
+        const QString image = nodeImage(child);
+        if (image != ImageSome && image != ImageAll)
+            continue;
+        entries << reports::pathEntry(child->text(0), keyLevel(nodeKeyOf(child)), image == ImageAll);
+        markedEntries(child, entries);
+    }
+}
+
+} // namespace
+
 void Contas::BotaoVer_Click()
 {
-    // The personalised report of the chosen definition arrives with the reports.
+    if (!reportChosen())
+        return;
+    DataPeriodo period(state(), desktop(), this);
+    state().confirmed = false;
+    desktop().showModal(period);
+    if (!state().confirmed)
+        return;
+    QStringList entries;
+    if (const QTreeWidgetItem* root = Arvore->topLevelItem(0))
+        markedEntries(root, entries);
+    state().reportEntries = entries;
+    state().reportName = NomeRelatorio;
+    runReport(state(), desktop(), PersonalisedReport, this);
 }
 
 } // namespace varemo
