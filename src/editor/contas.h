@@ -220,6 +220,10 @@ private:
     void placeInTree(const SavedRow& row);
     void refreshAfterSave();
     void fillAllSelectors();
+    // The delete rules; Excluir logs what fails in them.
+    void deleteRecord();
+    // Takes a node and its descendants out of the tree.
+    void removeNode(const QString& key);
 
     AppState& m_state;
     Desktop& m_desktop;
