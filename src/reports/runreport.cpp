@@ -41,7 +41,7 @@ bool keepLandscape(Desktop& desktop)
 std::optional<reports::Report> makeReport(
     AppState& state, Desktop& desktop, int number, QWidget* parent, bool landscape)
 {
-    if (number != ChartListingReport && number != PersonalisedReport)
+    if ((number != ChartListingReport && number != PersonalisedReport) || !state.database)
         return std::nullopt;
     if (landscape)
         landscape = keepLandscape(desktop);

@@ -1,0 +1,231 @@
+#include "app/state.h"
+#include "data/database.h"
+#include "editor/contasfixture.h"
+#include "reports/nivelplano.h"
+#include "reports/relcontas.h"
+#include "reports/reportlayout.h"
+#include "reports/runreport.h"
+#include "support/company.h"
+#include "support/fakedesktop.h"
+#include "support/testregistry.h"
+
+#include <QRadioButton>
+#include <QSet>
+#include <QTest>
+
+using namespace varemo;
+using namespace varemo::reports;
+
+namespace {
+
+const QDate Today(2026, 3, 31);
+
+QStringList texts(const Table& table)
+{
+    QStringList out;
+    for (const Line& line : table.lines)
+        out << QString(line.kind == Line::Kind::Heading ? QStringLiteral("H") : QStringLiteral("D"))
+                + QString::number(line.level) + QLatin1Char(' ') + line.text;
+    return out;
+}
+
+// A long listing: `before` loose lines, then Categorias of Setores of Grupos with items.
+Table longTable(int before, bool numbers)
+{
+    Table table;
+    table.title = QStringLiteral("Teste");
+    if (numbers)
+        table.columns << QStringLiteral("Quantidade") << QStringLiteral("Valor (R$)");
+    int n = 0;
+    const auto add = [&table, &n, numbers](Line::Kind kind, int level) {
+        Line line {kind, level, QStringLiteral("Linha %1").arg(++n), {}, {}, {}};
+        if (numbers && kind == Line::Kind::Detail)
+            line.amount = n * 1000.5;
+        table.lines.push_back(line);
+    };
+    for (int i = 0; i < before; ++i)
+        add(Line::Kind::Detail, 4);
+    for (int c = 0; c < 3; ++c) {
+        add(Line::Kind::Heading, 0);
+        for (int s = 0; s < 4; ++s) {
+            add(Line::Kind::Heading, 1);
+            add(Line::Kind::Heading, 2);
+            for (int i = 0; i < 2 + (c + s) % 5; ++i)
+                add(Line::Kind::Detail, 4);
+        }
+    }
+    return table;
+}
+
+} // namespace
+
+class TestRelContas : public QObject {
+    Q_OBJECT
+
+private slots:
+    void listing_data()
+    {
+        QTest::addColumn<int>("level");
+        QTest::addColumn<QStringList>("changes");
+        QTest::addColumn<QStringList>("lines");
+        QTest::newRow("to Grupo") << 2 << QStringList {}
+                                  << QStringList {"H0 DESPESAS", "H1 Despesas Administrativas", "D2 Ocupação",
+                                         "H1 Despesas Fornecedores", "D2 Fornecedores Insumos",
+                                         "D2 Fornecedores Produtos", "H0 RECEITAS", "H1 Receitas Clientes",
+                                         "D2 Vendas Insumos", "D2 Vendas Produtos", "H1 Receitas Financeiras",
+                                         "D2 Vendas Produtos"};
+        QTest::newRow("same Setor under two Categorias, accented capitals")
+            << 1
+            << QStringList {"INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0) VALUES (5, "
+                            "'Comum', 1), "
+                            "(6, 'Comum', 2)",
+                   "UPDATE NivelCategoria0 SET Nome = 'Receitas à vista' WHERE Codigo = 1"}
+            << QStringList {"H0 DESPESAS", "D1 Comum", "D1 Despesas Administrativas",
+                   "D1 Despesas Fornecedores", "H0 RECEITAS À VISTA", "D1 Comum", "D1 Receitas Clientes",
+                   "D1 Receitas Financeiras"};
+        QTest::newRow("a Setor without its Categoria")
+            << 1
+            << QStringList {"INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0) VALUES (7, "
+                            "'Solto', 99)"}
+            << QStringList {"D1 Solto", "H0 DESPESAS", "D1 Despesas Administrativas",
+                   "D1 Despesas Fornecedores", "H0 RECEITAS", "D1 Receitas Clientes",
+                   "D1 Receitas Financeiras"};
+        QTest::newRow("empty level") << 4 << QStringList {"DELETE FROM NivelCategoria4"} << QStringList {};
+    }
+    void listing()
+    {
+        QFETCH(int, level);
+        QFETCH(QStringList, changes);
+        QFETCH(QStringList, lines);
+        test::TestCompany company;
+        for (const QString& change : changes)
+            company.exec(change);
+        company.closeSql();
+        auto database = Database::open(company.databasePath());
+        const Table table = relContasTable(*database, level, Today);
+        QCOMPARE(texts(table), lines);
+        QCOMPARE(table.subtitle.value(0), QStringLiteral("Impresso: terça-feira, 31 de março de 2026"));
+    }
+
+    // Whatever falls at a page's foot, a heading is never the last name on its page, and
+    // every page says which it is.
+    void pages_data()
+    {
+        QTest::addColumn<bool>("numbers");
+        QTest::newRow("names only") << false;
+        QTest::newRow("with amounts") << true;
+    }
+    void pages()
+    {
+        QFETCH(bool, numbers);
+        for (int before = 0; before < 60; before += 3) {
+            const Table table = longTable(before, numbers);
+            QSet<QString> headings, names;
+            for (const Line& line : table.lines) {
+                names << line.text;
+                if (line.kind == Line::Kind::Heading)
+                    headings << line.text;
+            }
+            const Document document = layoutReport(table);
+            QVERIFY(document.pages.size() >= 2);
+            QCOMPARE(document.toc.size(), size_t(headings.size()));
+            int placed = 0;
+            QSet<qreal> amountRights;
+            for (size_t p = 0; p < document.pages.size(); ++p) {
+                const TextRun* last = nullptr;
+                bool footer = false;
+                for (const TextRun& run : document.pages[p].texts) {
+                    footer = footer || run.text == QStringLiteral("Página %1").arg(p + 1);
+                    if (run.text.contains(QLatin1Char(',')))
+                        amountRights << run.rect.right();
+                    if (!names.contains(run.text))
+                        continue;
+                    ++placed;
+                    if (last == nullptr || run.rect.top() > last->rect.top())
+                        last = &run;
+                }
+                QVERIFY2(footer, qPrintable(QStringLiteral("page %1 of %2").arg(p + 1).arg(before)));
+                QVERIFY2(last && !headings.contains(last->text),
+                    qPrintable(QStringLiteral("page %1 of %2").arg(p + 1).arg(before)));
+            }
+            QCOMPARE(placed, int(table.lines.size()));
+            QCOMPARE(amountRights.size(), numbers ? 1 : 0);
+        }
+    }
+
+    void chartCommand_data()
+    {
+        QTest::addColumn<int>("option"); // 0 cancels
+        QTest::addColumn<QStringList>("windows");
+        QTest::addColumn<int>("level");
+        QTest::newRow("Grupo") << 2 << QStringList {"NivelPlano", "varemo::Visualiza"} << 2;
+        QTest::newRow("cancelled") << 0 << QStringList {"NivelPlano"} << 4;
+    }
+    void chartCommand()
+    {
+        QFETCH(int, option);
+        QFETCH(QStringList, windows);
+        QFETCH(int, level);
+        test::LoadedContas fx;
+        fx.clearCalls();
+        fx.desktop.setNextModal([option](QWidget& window) {
+            auto& dialog = static_cast<NivelPlano&>(window);
+            if (option == 0)
+                return dialog.reject();
+            dialog.Opcao[size_t(option - 1)]->setChecked(true);
+            dialog.accept();
+        });
+        QString caption;
+        fx.desktop.setNextModal([&caption](QWidget& window) { caption = window.windowTitle(); });
+        fx.window->tool_click(QStringLiteral("ID_PlanoContas"));
+        // the preview may or may not carry an object name
+        QCOMPARE(fx.desktop.modalWindows.size(), windows.size());
+        for (int i = 0; i < windows.size(); ++i)
+            QVERIFY(windows[i].endsWith(fx.desktop.modalWindows[i]));
+        QCOMPARE(fx.state.listingLevel, level);
+        QCOMPARE(caption, option ? QStringLiteral("Plano de Contas") : QString());
+    }
+
+    // A sideways page asks first; only Yes turns it upright. Unknown numbers make nothing.
+    void runByNumber_data()
+    {
+        QTest::addColumn<int>("number");
+        QTest::addColumn<bool>("landscape");
+        QTest::addColumn<int>("answer");
+        QTest::addColumn<QString>("outcome"); // boxes, then the page's orientation
+        QTest::newRow("portrait") << 1 << false << 0 << QStringLiteral("0 portrait");
+        QTest::newRow("landscape, upright") << 2 << true << vb::Yes << QStringLiteral("1 portrait");
+        QTest::newRow("landscape kept") << 1 << true << vb::No << QStringLiteral("1 landscape");
+        QTest::newRow("no such report") << 3 << true << vb::Yes << QStringLiteral("0 none");
+    }
+    void runByNumber()
+    {
+        QFETCH(int, number);
+        QFETCH(bool, landscape);
+        QFETCH(int, answer);
+        QFETCH(QString, outcome);
+        test::TestCompany company;
+        company.closeSql();
+        AppState state;
+        state.database = Database::open(company.databasePath());
+        state.periodStart = QStringLiteral("01-03-2026");
+        state.periodEnd = QStringLiteral("31-03-2026");
+        test::FakeDesktop desktop;
+        desktop.setNextAnswer(answer);
+        const auto report = makeReport(state, desktop, number, nullptr, landscape);
+        const QString page = !report       ? QStringLiteral("none")
+            : report->document.landscape() ? QStringLiteral("landscape")
+                                           : QStringLiteral("portrait");
+        QCOMPARE(QString::number(desktop.boxes.size()) + QLatin1Char(' ') + page, outcome);
+        if (!desktop.boxes.isEmpty()) {
+            QCOMPARE(desktop.boxes[0].prompt,
+                QStringLiteral("A orientação do papel está na horizontal.\rO correto é a orientação na "
+                               "vertical.\rQuer imprimir com orientação vertical?"));
+            QCOMPARE(desktop.boxes[0].title, QStringLiteral("Orientação do Papel"));
+            QCOMPARE(desktop.boxes[0].buttons, vb::YesNo + vb::Question);
+        }
+    }
+};
+
+VAREMO_TEST(TestRelContas);
+#include "test_relcontas.moc"
