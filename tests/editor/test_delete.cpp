@@ -18,8 +18,8 @@ namespace {
 const QStringList Views = {{}, "ID_Setor", "ID_Grupo", "ID_Conta", "ID_Item"};
 
 // Views the level, makes the row current from the tree, opens and cancels a new record
-// (which fills the lists along its path), then runs `key` with the next box answered.
-void press(LoadedContas& fx, int level, qint64 code, int answer, const QString& key = "ID_Excluir")
+// (which fills the lists along its path), then deletes with the next box answered.
+void press(LoadedContas& fx, int level, qint64 code, int answer)
 {
     if (level > 0) {
         fx.window->tool_click(Views[level]);
@@ -29,7 +29,7 @@ void press(LoadedContas& fx, int level, qint64 code, int answer, const QString& 
     }
     fx.clearCalls();
     fx.desktop.setNextAnswer(answer);
-    fx.window->tool_click(key);
+    fx.window->tool_click("ID_Excluir");
 }
 
 QString seen(LoadedContas& fx, int level)
