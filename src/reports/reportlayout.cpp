@@ -7,6 +7,8 @@
 
 #include <QLocale>
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 
 namespace varemo::reports {
@@ -23,6 +25,7 @@ constexpr qreal Gap = 3;
 struct Style {
     qreal pointSize = 9;
     bool ruleAbove = false; // a short line over the amount: the sum of the lines above
+    int line = -1; // the table's line the text belongs to
 };
 
 struct Geometry {
@@ -83,6 +86,7 @@ public:
         bool totalsStarted = false;
         for (size_t i = 0; i < m_table.lines.size(); ++i) {
             const Line& line = m_table.lines[i];
+            m_line = int(i);
             const bool nextIsTotal
                 = i + 1 < m_table.lines.size() && m_table.lines[i + 1].kind == Line::Kind::Total;
             switch (line.kind) {
@@ -110,6 +114,8 @@ private:
     void add(Band band, std::vector<Style> styles)
     {
         styles.resize(band.texts.size());
+        for (Style& style : styles)
+            style.line = m_line;
         m_styles.insert(m_styles.end(), styles.begin(), styles.end());
         m_engine.add(std::move(band));
     }
@@ -155,8 +161,11 @@ private:
         }
         if (!m_table.columns.isEmpty())
             y += 5;
-        band.height = y + 2;
-        band.ruleBelow = true;
+        // below the rule, a page that starts inside a group names the group it continues
+        m_ruleY = y + 1;
+        const bool grouped = std::any_of(m_table.lines.cbegin(), m_table.lines.cend(),
+            [](const Line& line) { return line.kind == Line::Kind::Heading; });
+        band.height = grouped ? y + 8 : y + 3;
         m_engine.setPageHeader(band);
     }
 
@@ -237,6 +246,7 @@ private:
     Document finish()
     {
         Document document = m_engine.finish();
+        std::vector<int> firstLines; // the first line of each page
         size_t next = 0;
         for (Page& page : document.pages) {
             const size_t headerCount = m_header.size();
@@ -248,6 +258,9 @@ private:
                 run.rect.setHeight(m_header[i].height);
                 run.pointSize = m_header[i].pointSize;
             }
+            page.lines.push_back(
+                {QLineF(Margin, top + m_ruleY, Margin + m_geometry.width, top + m_ruleY), 0.4});
+            firstLines.push_back(headerCount < bodyEnd && next < m_styles.size() ? m_styles[next].line : -1);
             for (size_t i = headerCount; i < bodyEnd && next < m_styles.size(); ++i, ++next) {
                 TextRun& run = page.texts[i];
                 run.pointSize = m_styles[next].pointSize;
@@ -265,7 +278,46 @@ private:
                 }
             }
         }
+        const std::vector<QString> context = continuations(firstLines);
+        for (size_t p = 1; p < document.pages.size(); ++p) {
+            if (context[p].isEmpty())
+                continue;
+            const qreal top = document.pages[p].texts.front().rect.top();
+            document.pages[p].texts.push_back({QRectF(Margin, top + m_ruleY + 0.8, m_geometry.width, 5),
+                context[p] + QStringLiteral(" (continuação)"), Qt::AlignLeft | Qt::AlignVCenter, 8, false});
+        }
         return document;
+    }
+
+    // For each page's first line, the headings it sits under ("Despesas › Ocupação"):
+    // a heading's own parents, the groups of a detail, a sum's group itself.
+    std::vector<QString> continuations(const std::vector<int>& firstLines) const
+    {
+        std::vector<QString> result(firstLines.size());
+        std::array<QString, 5> path;
+        for (size_t p = 0, i = 0; i < m_table.lines.size(); ++i) {
+            const Line& line = m_table.lines[i];
+            const int limit = line.kind == Line::Kind::Heading ? line.level
+                : line.kind == Line::Kind::Sum                 ? line.level + 1
+                : line.kind == Line::Kind::Detail              ? line.level
+                                                               : 0;
+            for (; p < firstLines.size() && firstLines[p] <= int(i); ++p) {
+                if (firstLines[p] != int(i))
+                    continue;
+                QStringList names;
+                for (int level = 0; level < std::min(limit, 5); ++level) {
+                    if (!path[size_t(level)].isEmpty())
+                        names << path[size_t(level)];
+                }
+                result[p] = names.join(QStringLiteral(" › "));
+            }
+            if (line.kind == Line::Kind::Heading && line.level >= 0 && line.level < 5) {
+                path[size_t(line.level)] = line.text;
+                for (int deeper = line.level + 1; deeper < 5; ++deeper)
+                    path[size_t(deeper)].clear();
+            }
+        }
+        return result;
     }
 
     struct HeaderRow {
@@ -280,6 +332,8 @@ private:
     std::vector<Style> m_styles;
     std::vector<HeaderRow> m_header;
     int m_footerCount = 0;
+    int m_line = -1; // the line being added
+    qreal m_ruleY = 0; // the header's rule, from the page's top margin
 };
 
 } // namespace
