@@ -1,5 +1,6 @@
 #pragma once
 
+#include "reports/document.h"
 #include "reports/table.h"
 
 #include <QString>
@@ -12,5 +13,7 @@ namespace varemo::reports {
 bool writeXlsx(const Table& table, const QString& fileName, QString* error = nullptr);
 // The same rows as text: UTF-8 with a byte-order mark, ";" between fields, decimal comma.
 bool writeCsv(const Table& table, const QString& fileName, QString* error = nullptr);
+// A laid-out report as PDF, refusing a bad destination with the same reasons as the two above.
+bool writePdfFile(const Document& document, const QString& fileName, QString* error = nullptr);
 
 } // namespace varemo::reports

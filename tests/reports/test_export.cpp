@@ -1,0 +1,222 @@
+#include "reports/export.h"
+#include "support/testregistry.h"
+
+#include <QDir>
+#include <QFile>
+#include <QMap>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QXmlStreamReader>
+
+#include <unzip.h>
+
+using namespace varemo::reports;
+
+namespace {
+
+// A month of a bakery: an account with three items and its sum, an expense, and two totals,
+// one over adjacent rows and one over scattered rows with a subtraction; special characters
+// in names; a loss.
+Table sampleTable()
+{
+    using Kind = Line::Kind;
+    Table table;
+    table.title = QStringLiteral("Relatório : Mensal");
+    table.subtitle = QStringList {QStringLiteral("Impresso: 31 de março de 2026"),
+        QStringLiteral("Período: De 01-03-2026 a 31-03-2026")};
+    table.columns = QStringList {QStringLiteral("Quantidade"), QStringLiteral("Valor")};
+    table.lines = {
+        {Kind::Heading, 0, QStringLiteral("RECEITAS"), {}, {}, {}},
+        {Kind::Heading, 3, QStringLiteral("Padaria"), {}, {}, {}},
+        {Kind::Detail, 4, QStringLiteral("Pão; francês"), 10.0, 1234.5, {}},
+        {Kind::Detail, 4, QStringLiteral("Bolo \"caseiro\""), 2.0, 100.0, {}},
+        {Kind::Detail, 4, QStringLiteral("Torta"), {}, 50.25, {}},
+        {Kind::Sum, 3, QStringLiteral("Soma da Conta Padaria"), 12.0, 1384.75, {{2, 1}, {3, 1}, {4, 1}}},
+        {Kind::Detail, 4, QStringLiteral("Farinha"), {}, 1500.0, {}},
+        {Kind::Total, 0, QStringLiteral("Diferença"), {}, -115.25, {{5, 1}, {6, -1}}},
+        {Kind::Total, 0, QStringLiteral("Avulsos"), {}, -215.25, {{2, 1}, {4, 1}, {6, -1}}},
+    };
+    return table;
+}
+
+QByteArray zipEntry(const QString& zipPath, const char* name)
+{
+    QByteArray out;
+    unzFile zip = unzOpen(QFile::encodeName(zipPath).constData());
+    if (zip && unzLocateFile(zip, name, 1) == UNZ_OK && unzOpenCurrentFile(zip) == UNZ_OK) {
+        char buffer[4096];
+        int read = 0;
+        while ((read = unzReadCurrentFile(zip, buffer, sizeof buffer)) > 0)
+            out.append(buffer, read);
+        unzCloseCurrentFile(zip);
+    }
+    if (zip)
+        unzClose(zip);
+    return out;
+}
+
+struct Cell {
+    QString value; // the text, or the number as stored
+    QString formula;
+    int indent = 0;
+    QString numberFormat;
+};
+
+// The first sheet's cells by reference, their styles resolved, and the frozen rows.
+struct Workbook {
+    QMap<QString, Cell> cells;
+    int frozenRows = 0;
+
+    explicit Workbook(const QString& path)
+    {
+        QStringList strings;
+        for (QXmlStreamReader xml(zipEntry(path, "xl/sharedStrings.xml")); !xml.atEnd();) {
+            if (xml.readNext() == QXmlStreamReader::StartElement && xml.name() == u"t")
+                strings << xml.readElementText();
+        }
+        QList<Cell> styles;
+        QMap<int, QString> formats {{4, QStringLiteral("#,##0.00")}}; // Excel's own number 4
+        bool inCellStyles = false;
+        for (QXmlStreamReader xml(zipEntry(path, "xl/styles.xml")); !xml.atEnd();) {
+            xml.readNext();
+            inCellStyles = xml.name() == u"cellXfs" ? xml.isStartElement() : inCellStyles;
+            const QXmlStreamAttributes attributes = xml.attributes();
+            if (xml.isStartElement() && xml.name() == u"numFmt")
+                formats[attributes.value(QLatin1String("numFmtId")).toInt()]
+                    = attributes.value(QLatin1String("formatCode")).toString();
+            else if (inCellStyles && xml.isStartElement() && xml.name() == u"xf")
+                styles << Cell {
+                    {}, {}, 0, formats.value(attributes.value(QLatin1String("numFmtId")).toInt())};
+            else if (inCellStyles && xml.isStartElement() && xml.name() == u"alignment")
+                styles.last().indent = attributes.value(QLatin1String("indent")).toInt();
+        }
+        QString at;
+        for (QXmlStreamReader xml(zipEntry(path, "xl/worksheets/sheet1.xml")); !xml.atEnd();) {
+            if (xml.readNext() != QXmlStreamReader::StartElement)
+                continue;
+            if (xml.name() == u"pane") {
+                frozenRows = xml.attributes().value(QLatin1String("ySplit")).toInt();
+            } else if (xml.name() == u"c") {
+                at = xml.attributes().value(QLatin1String("r")).toString();
+                cells[at] = styles.value(xml.attributes().value(QLatin1String("s")).toInt());
+                cells[at].value
+                    = xml.attributes().value(QLatin1String("t")).toString(); // "s": a shared string
+            } else if (xml.name() == u"f") {
+                cells[at].formula = xml.readElementText();
+            } else if (xml.name() == u"v") {
+                const QString value = xml.readElementText();
+                cells[at].value = cells[at].value == u"s" ? strings.value(value.toInt()) : value;
+            }
+        }
+    }
+};
+
+QByteArray csvOf(const Table& table)
+{
+    QTemporaryDir dir;
+    const QString path = dir.filePath(QStringLiteral("r.csv"));
+    QString error;
+    if (!writeCsv(table, path, &error))
+        return error.toUtf8();
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+} // namespace
+
+class TestExport : public QObject {
+    Q_OBJECT
+
+private slots:
+    void xlsxCells_data()
+    {
+        QTest::addColumn<QString>("cell");
+        QTest::addColumn<int>("indent");
+        QTest::addColumn<QString>("value"); // empty: no cell
+        QTest::addColumn<QString>("numberFormat");
+        QTest::addColumn<QString>("formula");
+        const QString none;
+        const QString money = QStringLiteral("#,##0.00");
+        QTest::newRow("title") << "A1" << 0 << "Relatório : Mensal" << none << none;
+        QTest::newRow("period") << "A3" << 0 << "Período: De 01-03-2026 a 31-03-2026" << none << none;
+        QTest::newRow("text column's title") << "A5" << 0 << "Descrição" << none << none;
+        QTest::newRow("amount column's title") << "C5" << 0 << "Valor" << none << none;
+        QTest::newRow("account heading") << "A7" << 3 << "Padaria" << none << none;
+        QTest::newRow("item") << "A8" << 4 << "Pão; francês" << none << none;
+        QTest::newRow("quantity") << "B8" << 0 << "10" << money << none;
+        QTest::newRow("amount") << "C8" << 0 << "1234.5" << money << none;
+        QTest::newRow("no quantity, no cell") << "B10" << 0 << none << none << none;
+        QTest::newRow("sum over adjacent rows") << "C11" << 0 << "1384.75" << money << "SUM(C8:C10)";
+        QTest::newRow("sum's quantity as a number") << "B11" << 0 << "12" << money << none;
+        QTest::newRow("sum minus a row") << "C13" << 0 << "-115.25" << money << "C11-C12";
+        QTest::newRow("scattered rows") << "C14" << 0 << "-215.25" << money << "C8+C10-C12";
+    }
+
+    void xlsxCells()
+    {
+        QFETCH(QString, cell);
+        QFETCH(QString, value);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("r.xlsx"));
+        QString error;
+        QVERIFY2(writeXlsx(sampleTable(), path, &error), qPrintable(error));
+        const Workbook book(path);
+        QCOMPARE(book.frozenRows, 5); // the column titles stay in view
+        QCOMPARE(book.cells.contains(cell), !value.isEmpty());
+        const Cell found = book.cells.value(cell);
+        QCOMPARE(found.value, value);
+        QTEST(found.formula, "formula");
+        QTEST(found.indent, "indent");
+        QTEST(found.numberFormat, "numberFormat");
+    }
+
+    void csvFile()
+    {
+        const QByteArray expected = "\xEF\xBB\xBFRelatório : Mensal\r\n"
+                                    "Impresso: 31 de março de 2026\r\n"
+                                    "Período: De 01-03-2026 a 31-03-2026\r\n"
+                                    "\r\n"
+                                    "Nível;Descrição;Quantidade;Valor\r\n"
+                                    "0;RECEITAS;;\r\n"
+                                    "3;Padaria;;\r\n"
+                                    "4;\"Pão; francês\";10,00;1234,50\r\n"
+                                    "4;\"Bolo \"\"caseiro\"\"\";2,00;100,00\r\n"
+                                    "4;Torta;;50,25\r\n"
+                                    "3;Soma da Conta Padaria;12,00;1384,75\r\n"
+                                    "4;Farinha;;1500,00\r\n"
+                                    "0;Diferença;;-115,25\r\n"
+                                    "0;Avulsos;;-215,25\r\n";
+        QCOMPARE(csvOf(sampleTable()), expected);
+    }
+
+    void refusals_data()
+    {
+        QTest::addColumn<bool>("xlsx");
+        QTest::addColumn<QString>("target"); // under a fresh folder
+        QTest::addColumn<QString>("reason");
+        QTest::newRow("csv onto a folder") << false << ""
+                                           << "é uma pasta";
+        QTest::newRow("xlsx onto a folder") << true << ""
+                                            << "é uma pasta";
+        QTest::newRow("csv in a missing folder") << false << "falta/r.csv"
+                                                 << "não existe";
+        QTest::newRow("xlsx in a missing folder") << true << "falta/r.xlsx"
+                                                  << "não existe";
+    }
+
+    void refusals()
+    {
+        QFETCH(bool, xlsx);
+        QFETCH(QString, target);
+        QFETCH(QString, reason);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(target);
+        QString error;
+        QVERIFY(!(xlsx ? writeXlsx : writeCsv)(sampleTable(), path, &error));
+        QVERIFY2(error.contains(reason), qPrintable(error));
+        QCOMPARE(QDir(dir.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+    }
+};
+
+VAREMO_TEST(TestExport);
+#include "test_export.moc"
