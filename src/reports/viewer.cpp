@@ -153,6 +153,7 @@ void ReportViewer::buildToolbar(const QStringList& onlyTools)
     NumeroPagina->setFixedWidth(48);
     connect(NumeroPagina, &QLineEdit::returnPressed, this, &ReportViewer::NumeroPagina_Enter);
     TotalPaginas = new QLabel(QStringLiteral("de 0"), pageBox);
+    pageBox->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     auto* boxLayout = new QHBoxLayout(pageBox);
     boxLayout->setContentsMargins(4, 0, 4, 0);
     boxLayout->addWidget(NumeroPagina);

@@ -2,6 +2,7 @@
 
 #include "reports/viewer.h"
 
+#include <QAction>
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
@@ -44,8 +45,11 @@ void ReportViewer::buildFindBar()
         ResultadoLocalizar->clear();
     });
     BotaoAnterior = new QPushButton(QStringLiteral("Anterior"));
+    // inside a dialog a button would take the Enter meant for the text box
+    BotaoAnterior->setAutoDefault(false);
     connect(BotaoAnterior, &QPushButton::clicked, this, [this] { findNext(true); });
     BotaoProxima = new QPushButton(QStringLiteral("Próxima"));
+    BotaoProxima->setAutoDefault(false);
     connect(BotaoProxima, &QPushButton::clicked, this, [this] { findNext(); });
     ResultadoLocalizar = new QLabel;
     ResultadoLocalizar->setObjectName(QStringLiteral("ResultadoLocalizar"));
@@ -53,6 +57,12 @@ void ReportViewer::buildFindBar()
     close->setText(QStringLiteral("Fechar"));
     close->setToolTip(QStringLiteral("Fechar a localização"));
     connect(close, &QToolButton::clicked, this, &ReportViewer::hideFind);
+    // Esc while finding closes the find bar, not the window
+    auto* escape = new QAction(BarraLocalizar);
+    escape->setShortcut(Qt::Key_Escape);
+    escape->setShortcutContext(Qt::WidgetWithChildrenShortcut);
+    connect(escape, &QAction::triggered, this, &ReportViewer::hideFind);
+    BarraLocalizar->addAction(escape);
 
     auto* row = new QHBoxLayout(BarraLocalizar);
     row->setContentsMargins(6, 3, 6, 3);

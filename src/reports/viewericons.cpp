@@ -4,6 +4,7 @@
 
 #include <QApplication>
 #include <QPainter>
+#include <QPainterPath>
 #include <QPixmap>
 #include <QPolygonF>
 #include <QStyle>
@@ -82,6 +83,17 @@ void draw(QPainter& p, const QString& key)
         ruled(p, 19, 10, 9, 3);
     } else if (key == u"ZoomIn" || key == u"ZoomOut") {
         magnifier(p, key == u"ZoomIn");
+    } else if (key == u"Back" || key == u"Forward") {
+        // a turning arrow: back to a page seen before, or forward again
+        if (key == u"Forward")
+            p.setTransform(QTransform(-1, 0, 0, 1, 32, 0));
+        p.setPen(QPen(Accent, 3, Qt::SolidLine, Qt::RoundCap));
+        QPainterPath path(QPointF(26, 26));
+        path.cubicTo(QPointF(26, 10), QPointF(18, 9), QPointF(9, 11));
+        p.drawPath(path);
+        p.setPen(Qt::NoPen);
+        p.setBrush(Accent);
+        p.drawPolygon(QPolygonF({QPointF(3, 11), QPointF(11, 4), QPointF(11, 18)}));
     }
 }
 
@@ -95,10 +107,6 @@ QIcon toolIcon(const QString& key)
         return style->standardIcon(QStyle::SP_ArrowLeft);
     if (key == u"NextPage")
         return style->standardIcon(QStyle::SP_ArrowRight);
-    if (key == u"Back")
-        return style->standardIcon(QStyle::SP_ArrowBack);
-    if (key == u"Forward")
-        return style->standardIcon(QStyle::SP_ArrowForward);
     QPixmap pixmap(32, 32);
     pixmap.fill(Qt::transparent);
     QPainter painter(&pixmap);

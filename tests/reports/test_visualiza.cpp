@@ -222,6 +222,24 @@ private slots:
         QCOMPARE(viewer.ResultadoLocalizar->text(), result);
     }
 
+    void keysInTheFindBarStayInIt()
+    {
+        AppState state;
+        test::FakeDesktop desktop;
+        Visualiza window(state, desktop);
+        window.RunReport(sampleReport());
+        window.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&window));
+        window.Visual->showFind();
+        window.Visual->TextoLocalizar->setText(QStringLiteral("vendas"));
+        QTest::keyClick(window.Visual->TextoLocalizar, Qt::Key_Return);
+        QTest::keyClick(window.Visual->TextoLocalizar, Qt::Key_Return);
+        QCOMPARE(window.Visual->ResultadoLocalizar->text(), QStringLiteral("2 de 2 ocorrências"));
+        QTest::keyClick(window.Visual->TextoLocalizar, Qt::Key_Escape);
+        QVERIFY(window.Visual->BarraLocalizar->isHidden());
+        QVERIFY(window.isVisible());
+    }
+
     void copyGivesThePageText()
     {
         test::FakeDesktop desktop;
