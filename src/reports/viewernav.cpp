@@ -27,6 +27,8 @@ const QString ChoicePage = QStringLiteral("Pág.Toda");
 void ReportViewer::setZoom(int percent)
 {
     m_fit = Fit::None;
+    // a zoom of its own no longer follows the page's width or height
+    Exibicao->setCurrentIndex(-1);
     applyZoom(percent);
 }
 
@@ -62,6 +64,7 @@ void ReportViewer::fitPage()
 {
     m_fit = Fit::Page;
     refresh();
+    Paginas->scrollToPage(m_current);
 }
 
 bool ReportViewer::multiple() const

@@ -7,6 +7,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QComboBox>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPrinter>
@@ -150,6 +151,42 @@ private slots:
         window.reject();
         QVERIFY(!window.Visual->reportSource());
         QCOMPARE(window.Visual->pageCount(), 0);
+    }
+
+    void displayChoicesFollowTheWindow_data()
+    {
+        QTest::addColumn<QString>("choice");
+        QTest::addColumn<bool>("wholePage");
+        QTest::newRow("page width") << "Larg.Pág." << false;
+        QTest::newRow("whole page") << "Pág.Toda" << true;
+    }
+    void displayChoicesFollowTheWindow()
+    {
+        QFETCH(QString, choice);
+        QFETCH(bool, wholePage);
+        test::FakeDesktop desktop;
+        ReportViewer viewer(desktop);
+        viewer.addDisplayChoice(choice, 0);
+        viewer.setReportSource(sampleReport());
+        viewer.resize(900, 700);
+        viewer.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
+        viewer.Exibicao_Click(0);
+        for (const QSize size : {QSize(900, 700), QSize(600, 1000)}) {
+            viewer.resize(size);
+            QCoreApplication::processEvents();
+            const QSize room = viewer.Paginas->viewport()->size() - QSize(2, 2) * reports::PageView::Margin;
+            const QSize page = viewer.Paginas->pageRect(0).size();
+            const bool fitsAcross = page.width() <= room.width() && page.width() > room.width() - 12;
+            const bool fitsDown = page.height() <= room.height() && page.height() > room.height() - 12;
+            if (wholePage)
+                QVERIFY(page.width() <= room.width() && page.height() <= room.height()
+                    && (fitsAcross || fitsDown));
+            else
+                QVERIFY(fitsAcross);
+        }
+        viewer.zoomStep(1);
+        QCOMPARE(viewer.Exibicao->currentIndex(), -1);
     }
 
     void navigation_data()
