@@ -98,7 +98,9 @@ CommandLine parseReport(const QStringList& arguments)
     bool hasLevel = false;
     while (!options.atEnd()) {
         const QString name = options.nextName();
-        const bool known = name == QLatin1String("--pdf") || name == QLatin1String("--programa")
+        const bool output = name == QLatin1String("--pdf") || name == QLatin1String("--xlsx")
+            || name == QLatin1String("--csv");
+        const bool known = output || name == QLatin1String("--programa")
             || (chart && name == QLatin1String("--nivel"))
             || (!chart && (name == QLatin1String("--de") || name == QLatin1String("--ate")));
         if (!known)
@@ -108,6 +110,10 @@ CommandLine parseReport(const QStringList& arguments)
             return failure(missingValue(name));
         if (name == QLatin1String("--pdf")) {
             line.pdf = *value;
+        } else if (name == QLatin1String("--xlsx")) {
+            line.xlsx = *value;
+        } else if (name == QLatin1String("--csv")) {
+            line.csv = *value;
         } else if (name == QLatin1String("--programa")) {
             line.programFolder = *value;
         } else if (name == QLatin1String("--nivel")) {
@@ -129,8 +135,8 @@ CommandLine parseReport(const QStringList& arguments)
         return failure(QStringLiteral("Diga o período com --de e --ate (dd-mm-aaaa)."));
     if (!chart && line.from > line.to)
         return failure(QStringLiteral("A data inicial vem depois da final."));
-    if (line.pdf.isEmpty())
-        return failure(QStringLiteral("Diga o arquivo PDF de saída com --pdf."));
+    if (line.pdf.isEmpty() && line.xlsx.isEmpty() && line.csv.isEmpty())
+        return failure(QStringLiteral("Diga o arquivo de saída com --pdf, --xlsx ou --csv."));
     return line;
 }
 
@@ -151,10 +157,12 @@ QString usageText()
         "  varemo-contas --demo [PASTA]\n"
         "      monta uma empresa de demonstração em PASTA (%1 se omitida) e abre o programa nela\n"
         "  varemo-contas relatorio plano --nivel N --pdf SAIDA [--programa PASTA]\n"
-        "      grava em PDF o plano de contas até o nível N (1 a 4)\n"
+        "      grava o plano de contas até o nível N (1 a 4)\n"
         "  varemo-contas relatorio personalizado NOME --de dd-mm-aaaa --ate dd-mm-aaaa --pdf SAIDA\n"
         "                [--programa PASTA]\n"
-        "      grava em PDF o relatório personalizado NOME do período\n")
+        "      grava o relatório personalizado NOME do período\n"
+        "  Nos relatórios, --xlsx SAIDA grava uma planilha do Excel e --csv SAIDA um texto separado\n"
+        "  por ponto e vírgula, no lugar de --pdf ou junto com ele.\n")
         .arg(defaultDemoFolder());
 }
 

@@ -9,8 +9,10 @@ namespace varemo {
 // What the command line asks for:
 //   varemo-contas [--programa DIR]
 //   varemo-contas --demo [DIR]
-//   varemo-contas relatorio plano --nivel N --pdf OUT [--programa DIR]
-//   varemo-contas relatorio personalizado NOME --de dd-mm-yyyy --ate dd-mm-yyyy --pdf OUT [--programa DIR]
+//   varemo-contas relatorio plano --nivel N (--pdf|--xlsx|--csv) OUT [--programa DIR]
+//   varemo-contas relatorio personalizado NOME --de dd-mm-yyyy --ate dd-mm-yyyy (--pdf|--xlsx|--csv) OUT
+//                 [--programa DIR]
+// A report may be written in several of the formats at once.
 struct CommandLine {
     enum class Action { Run, Demo, Report, Help, Error };
     Action action = Action::Run;
@@ -23,7 +25,9 @@ struct CommandLine {
     QString reportName;
     QDate from;
     QDate to;
-    QString pdf;
+    QString pdf; // the output files; empty when not asked for
+    QString xlsx;
+    QString csv;
 
     QString error; // a Portuguese sentence for Action::Error
 };
@@ -33,7 +37,8 @@ CommandLine parseCommandLine(const QStringList& arguments);
 QString defaultDemoFolder();
 QString usageText();
 
-// Exit statuses of the command line's own refusals.
+// Exit statuses: a report that could not be made, and the command line's own refusals.
+inline constexpr int ExitFailed = 1;
 inline constexpr int ExitUsage = 2;
 inline constexpr int ExitUnavailable = 3;
 

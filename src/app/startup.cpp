@@ -4,6 +4,7 @@
 #include "app/cp1252.h"
 #include "app/entrada.h"
 #include "app/errorlog.h"
+#include "app/headless.h"
 #include "app/qtdesktop.h"
 #include "app/singleinstance.h"
 #include "app/state.h"
@@ -211,6 +212,12 @@ int runProgram(const QString& programFolder)
 
 } // namespace
 
+bool openCompany(const QString& programFolder, AppState& state, Desktop& desktop)
+{
+    prepareState(programFolder, state);
+    return splashLoad(state, desktop);
+}
+
 std::unique_ptr<Contas> start(const QString& programFolder, AppState& state, Desktop& desktop)
 {
     prepareState(programFolder, state);
@@ -238,9 +245,7 @@ int run(int argc, char** argv)
         printError(line.error + QStringLiteral("\nUse varemo-contas --ajuda para ver as opções."));
         return ExitUsage;
     case CommandLine::Action::Report:
-        printError(
-            QStringLiteral("Os relatórios pela linha de comando ainda não estão disponíveis nesta versão."));
-        return ExitUnavailable;
+        return runReport(line, argc, argv);
     case CommandLine::Action::Run:
     case CommandLine::Action::Demo:
         break;

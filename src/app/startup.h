@@ -15,6 +15,10 @@ class Contas;
 // of its messages.
 std::unique_ptr<Contas> start(const QString& programFolder, AppState& state, Desktop& desktop);
 
+// The splash's load alone, from Caminho.dad to the company's name, with no window: false once
+// one of start-up's messages has gone to `desktop`. Leaves the data folder's Dados current.
+bool openCompany(const QString& programFolder, AppState& state, Desktop& desktop);
+
 // The real program: command line, splash, main window, event loop.
 int run(int argc, char** argv);
 

@@ -19,7 +19,9 @@ constexpr int MaxLevel = 4;
 constexpr double MinTextWidth = 30;
 constexpr double MaxTextWidth = 90;
 constexpr double NumberWidth = 16;
-constexpr double CharsPerIndent = 3; // how wide one indentation step is, in characters
+constexpr double CharsPerIndent = 3;
+constexpr int MaxFormulaLength
+    = 8000; // Excel's limit is 8192 characters // how wide one indentation step is, in characters
 
 QByteArray utf8(const QString& text)
 {
@@ -121,15 +123,18 @@ public:
                 worksheet_write_number(m_sheet, lineRow, 1, *line.quantity, m_number[bold]);
             if (detail::hasAmountColumn(m_table) && line.amount) {
                 const int column = detail::hasQuantityColumn(m_table) ? 2 : 1;
-                if (!isFormula(line))
+                const QString formula
+                    = isFormula(line) ? sumFormula(line.terms, firstLineRow, column) : QString();
+                // Excel refuses a whole workbook for one formula longer than it takes: a total over
+                // thousands of scattered items stays a plain number.
+                if (formula.isEmpty() || formula.size() > MaxFormulaLength)
                     worksheet_write_number(
                         m_sheet, lineRow, static_cast<lxw_col_t>(column), *line.amount, m_number[bold]);
                 else
                     // The computed value goes in as the formula's result, for viewers that do not
                     // recalculate on opening.
                     worksheet_write_formula_num(m_sheet, lineRow, static_cast<lxw_col_t>(column),
-                        utf8(sumFormula(line.terms, firstLineRow, column)).constData(), m_number[bold],
-                        *line.amount);
+                        utf8(formula).constData(), m_number[bold], *line.amount);
             }
         }
         worksheet_set_column(m_sheet, 0, 0, std::min(textWidth, MaxTextWidth), nullptr);

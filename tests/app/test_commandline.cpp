@@ -1,9 +1,15 @@
 #include "app/commandline.h"
 #include "app/translations.h"
+#include "support/company.h"
 #include "support/testregistry.h"
 
 #include <QCoreApplication>
+#include <QFile>
+#include <QProcess>
+#include <QTemporaryDir>
 #include <QTest>
+
+#include <memory>
 
 using namespace varemo;
 
@@ -69,6 +75,8 @@ private slots:
                                                         << false;
         QTest::newRow("personalizado does not take --nivel")
             << QStringList {"relatorio", "personalizado", "R", "--nivel", "2"} + period << false;
+        QTest::newRow("spreadsheet alone")
+            << QStringList {"relatorio", "plano", "--nivel", "1", "--xlsx", "p.xlsx"} << true;
         QTest::newRow("unknown report") << QStringList {"relatorio", "balanco", "--pdf", "o.pdf"} << false;
         QTest::newRow("no report") << QStringList {"relatorio"} << false;
     }
@@ -80,7 +88,78 @@ private slots:
         const CommandLine line = parseCommandLine(arguments);
         QCOMPARE(line.action, valid ? Action::Report : Action::Error);
         if (valid)
-            QVERIFY(!line.pdf.isEmpty() && (line.level > 0 || !line.reportName.isEmpty()));
+            QVERIFY(!(line.pdf + line.xlsx + line.csv).isEmpty()
+                && (line.level > 0 || !line.reportName.isEmpty()));
+    }
+
+    // The real program, as a script runs it: no display at all. "%P" is the demo company's
+    // program folder, "%O" an empty folder for the output.
+    void headless_data()
+    {
+        QTest::addColumn<QStringList>("arguments");
+        QTest::addColumn<int>("exitCode");
+        QTest::addColumn<QString>("said"); // on stderr; for a success, the title in the PDF and text
+        const QStringList march {"--de", "01-03-2026", "--ate", "31-03-2026", "--programa", "%P"};
+        const QStringList monthly = QStringList {"relatorio", "personalizado", "resultado mensal"} + march;
+        const QStringList chart {"relatorio", "plano", "--nivel", "3", "--programa", "%P"};
+        QTest::newRow("chart in three formats")
+            << chart + QStringList {"--pdf", "%O/p.pdf", "--xlsx", "%O/p.xlsx", "--csv", "%O/p.csv"} << 0
+            << "Plano de Contas";
+        QTest::newRow("a definition, named in any case")
+            << monthly + QStringList {"--pdf", "%O/r.pdf", "--csv", "%O/r.csv"} << 0
+            << "Relatório : Resultado Mensal";
+        QTest::newRow("unknown definition")
+            << QStringList {"relatorio", "personalizado", "Balanço"} + march
+                + QStringList {"--pdf", "%O/r.pdf"}
+            << ExitFailed << "Relatório personalizado não encontrado: \"Balanço\"";
+        QTest::newRow("bad date") << QStringList {"relatorio", "personalizado", "R", "--de", "32-03-2026",
+            "--ate", "31-03-2026", "--pdf", "%O/r.pdf"}
+                                  << ExitUsage << "Data inválida em --de: 32-03-2026";
+        QTest::newRow("output onto a folder")
+            << chart + QStringList {"--xlsx", "%O"} << ExitFailed << "é uma pasta.";
+        QTest::newRow("no company in the program folder")
+            << QStringList {"relatorio", "plano", "--nivel", "2", "--programa", "%O", "--pdf", "%O/p.pdf"}
+            << ExitFailed << "Sumiu o arquivo path da rede";
+    }
+
+    void headless()
+    {
+        QFETCH(QStringList, arguments);
+        QFETCH(int, exitCode);
+        QFETCH(QString, said);
+        if (!m_company)
+            m_company = std::make_unique<test::TestCompany>(test::TestCompany::Seed::Demo);
+        QTemporaryDir out;
+        QStringList outputs;
+        for (QString& argument : arguments) {
+            argument.replace(QLatin1String("%P"), m_company->programFolder())
+                .replace(QLatin1String("%O"), out.path());
+            if (argument.startsWith(out.path() + u'/'))
+                outputs << argument;
+        }
+        QProcess program;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        for (const char* name : {"QT_QPA_PLATFORM", "DISPLAY", "WAYLAND_DISPLAY"})
+            environment.remove(QLatin1String(name));
+        program.setProcessEnvironment(environment);
+        program.start(
+            qEnvironmentVariable("VAREMO_PROGRAM_DIR") + QStringLiteral("/varemo-contas"), arguments);
+        QVERIFY(program.waitForFinished(300000));
+        const QString errors = QString::fromLocal8Bit(program.readAllStandardError());
+        QCOMPARE(program.exitCode(), exitCode);
+        if (exitCode != 0) {
+            QVERIFY2(errors.contains(said), qPrintable(errors));
+            QVERIFY(outputs.isEmpty() || !QFile::exists(outputs.last()));
+            return;
+        }
+        for (const QString& output : outputs) {
+            QFile file(output);
+            QVERIFY2(file.open(QIODevice::ReadOnly), qPrintable(output));
+            if (output.endsWith(QLatin1String(".csv")))
+                QVERIFY(QString::fromUtf8(file.readAll()).contains(said));
+            if (output.endsWith(QLatin1String(".pdf")))
+                QVERIFY(pdfText(output).contains(said));
+        }
     }
 
     // Standard buttons read "Sim" and "Não".
@@ -91,6 +170,18 @@ private slots:
         QCOMPARE(QCoreApplication::translate("QPlatformTheme", "&No"), QStringLiteral("&Não"));
         QCOMPARE(QLocale().monthName(3), QStringLiteral("março"));
     }
+
+private:
+    // What a PDF reader shows: poppler's pdftotext, which the build's package list installs.
+    static QString pdfText(const QString& path)
+    {
+        QProcess reader;
+        reader.start(QStringLiteral("pdftotext"), {path, QStringLiteral("-")});
+        reader.waitForFinished();
+        return QString::fromUtf8(reader.readAllStandardOutput());
+    }
+
+    std::unique_ptr<test::TestCompany> m_company;
 };
 
 VAREMO_TEST(TestCommandLine);

@@ -111,17 +111,6 @@ struct Workbook {
     }
 };
 
-QByteArray csvOf(const Table& table)
-{
-    QTemporaryDir dir;
-    const QString path = dir.filePath(QStringLiteral("r.csv"));
-    QString error;
-    if (!writeCsv(table, path, &error))
-        return error.toUtf8();
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
 } // namespace
 
 class TestExport : public QObject {
@@ -186,22 +175,21 @@ private slots:
                                     "4;Farinha;;1500,00\r\n"
                                     "0;Diferença;;-115,25\r\n"
                                     "0;Avulsos;;-215,25\r\n";
-        QCOMPARE(csvOf(sampleTable()), expected);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("r.csv"));
+        QVERIFY(writeCsv(sampleTable(), path));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), expected);
     }
 
     void refusals_data()
     {
+        QTest::addColumn<QString>("target"); // under an empty folder
         QTest::addColumn<bool>("xlsx");
-        QTest::addColumn<QString>("target"); // under a fresh folder
         QTest::addColumn<QString>("reason");
-        QTest::newRow("csv onto a folder") << false << ""
-                                           << "é uma pasta";
-        QTest::newRow("xlsx onto a folder") << true << ""
-                                            << "é uma pasta";
-        QTest::newRow("csv in a missing folder") << false << "falta/r.csv"
-                                                 << "não existe";
-        QTest::newRow("xlsx in a missing folder") << true << "falta/r.xlsx"
-                                                  << "não existe";
+        QTest::newRow("text onto a folder") << "" << false << "é uma pasta.";
+        QTest::newRow("workbook in a missing folder") << "falta/r.xlsx" << true << "não existe.";
     }
 
     void refusals()
