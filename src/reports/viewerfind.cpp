@@ -22,6 +22,10 @@ QString fold(const QString& text)
     QString folded;
     folded.reserve(text.size());
     for (const QChar c : text) {
+        if (c.unicode() < 128) { // most of a report: no accent to take off
+            folded += c.toLower();
+            continue;
+        }
         const QString base = QString(c).normalized(QString::NormalizationForm_D);
         folded += (base.isEmpty() ? c : base.at(0)).toLower();
     }

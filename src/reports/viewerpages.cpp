@@ -152,6 +152,10 @@ void PageView::scrollToPage(int page, qreal y)
     if (!m_document)
         return;
     const QRect rect = pageRect(page);
+    const int top = verticalScrollBar()->value();
+    // a page already wholly in sight stays where it is, as when it is clicked
+    if (m_multiple && y < 0 && rect.top() >= top && rect.bottom() <= top + viewport()->height())
+        return;
     int target = m_multiple ? rect.top() - Margin : 0;
     if (y >= 0)
         target = rect.top() + qRound(y * dotsPerMm(m_zoom)) - viewport()->height() / 3;
