@@ -51,18 +51,57 @@ private slots:
         QTest::addColumn<int>("items");
         QTest::addColumn<QDate>("start");
         QTest::addColumn<QDate>("end");
-        QTest::newRow("seeded, March") << 0 << March1 << March31;
-        QTest::newRow("seeded, from a non-sale day") << 0 << QDate(2026, 3, 10) << QDate(2026, 3, 20);
-        QTest::newRow("generated, year") << 60 << QDate(2025, 4, 1) << March31;
-        QTest::newRow("generated, a week") << 60 << QDate(2026, 2, 2) << QDate(2026, 2, 8);
-        QTest::newRow("generated, one day") << 60 << QDate(2025, 12, 31) << QDate(2025, 12, 31);
+        QTest::addColumn<QStringList>("extra"); // statements run on the company first
+        QTest::newRow("seeded, March") << 0 << March1 << March31 << QStringList();
+        QTest::newRow("seeded, from a non-sale day")
+            << 0 << QDate(2026, 3, 10) << QDate(2026, 3, 20) << QStringList();
+        QTest::newRow("generated, year") << 60 << QDate(2025, 4, 1) << March31 << QStringList();
+        QTest::newRow("generated, a week") << 60 << QDate(2026, 2, 2) << QDate(2026, 2, 8) << QStringList();
+        QTest::newRow("generated, one day")
+            << 60 << QDate(2025, 12, 31) << QDate(2025, 12, 31) << QStringList();
+        // The same names, in other letter case, on a second path and a second line: the first
+        // row in name order counts for both, whatever order the rows were stored in.
+        QTest::newRow("seeded, names on two paths")
+            << 0 << March1 << March31
+            << QStringList {QStringLiteral("INSERT INTO NivelCategoria0 (Codigo, Nome) VALUES (90, 'Aaa')"),
+                   QStringLiteral("INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0) "
+                                  "VALUES (91, 'receitas financeiras', 90)"),
+                   QStringLiteral("INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1) "
+                                  "VALUES (92, 'Vendas Produtos', 91)"),
+                   QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) "
+                                  "VALUES (93, 'APLICAÇÕES', 92)"),
+                   QStringLiteral(
+                       "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) VALUES (94, 'cdb', 93)"),
+                   QStringLiteral(
+                       "INSERT INTO Linhas (CodigoLinha, NomeLinha, Insumo) VALUES (95, 'PÃES', NULL)"),
+                   QStringLiteral("INSERT INTO Produtos (CodigoProduto, CodigoLinha, NomeProduto) "
+                                  "VALUES (96, 95, 'PÃO FRANCÊS')"),
+                   QStringLiteral(
+                       "INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES (900, '2026-03-15', 1)"),
+                   QStringLiteral(
+                       "INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, "
+                       "PrecoUnit, QdeComprada) VALUES (900, 94, 91, 0, 5, 2), (900, 96, 95, 1, 3, 1)")};
+        // An account whose group is gone has no path: nothing counts for it.
+        QTest::newRow("seeded, an account without its group")
+            << 0 << March1 << March31
+            << QStringList {QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) "
+                                           "VALUES (97, 'Solta', 999)"),
+                   QStringLiteral("INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) VALUES (98, "
+                                  "'Sem grupo', 97)"),
+                   QStringLiteral(
+                       "INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES (901, '2026-03-16', 1)"),
+                   QStringLiteral("INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, "
+                                  "PrecoUnit, QdeComprada) VALUES (901, 98, 0, 0, 7, 1)")};
     }
     void bulkEqualsLiteral()
     {
         QFETCH(int, items);
         QFETCH(QDate, start);
         QFETCH(QDate, end);
+        QFETCH(QStringList, extra);
         test::TestCompany company;
+        for (const QString& statement : extra)
+            company.exec(statement);
         company.closeSql();
         if (items > 0) {
             demo::generateCompany(company.databasePath(), items, 2000, 7, March31);

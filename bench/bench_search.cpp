@@ -1,0 +1,240 @@
+// Search time: five filled rows, one of them "Qualquer campo", against one bare UPDATE
+// marking the same items, in the same run, through the same Qt SQL driver.
+//
+//   bench_search COMPANY.mdb [--runs 7] [--reference PYTHON_TREE]
+//
+// COMPANY.mdb comes from `generate OUT.mdb --items 50000 --lines 1000000`; it is copied to a
+// scratch folder first, so the kept file never changes.
+// - program: search::runSearch with the window's preparation done untimed before each run,
+//   as the window does it on opening; its one transaction and commit are timed;
+// - floor: one hand-written UPDATE ... SET Marca = 1 WHERE <the same condition> on its own
+//   connection (autocommit) with the program's text functions installed, so Like and the
+//   comparisons answer exactly as the search's; the marks are cleared untimed first;
+// - the same UPDATE with SQLite's own LIKE and comparisons (not equivalent for accented
+//   capitals; printed only to show what Jet's text rules cost);
+// - row by row: the markers' rows found and edited one by one, once, and its marks and
+//   scratch table compared with the program's;
+// - reference (optional): the earlier Python program's search on a copy of the same file.
+// Each time is the best of --runs, the kinds interleaved. Ends with one RESULT line.
+#include "app/state.h"
+#include "data/database.h"
+#include "data/dialect.h"
+#include "search/marking.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QDir>
+#include <QElapsedTimer>
+#include <QFile>
+#include <QProcess>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <cstdio>
+#include <functional>
+#include <limits>
+
+namespace {
+
+// A OR (B AND C AND D) OR E, the links as the window writes them.
+const varemo::search::Rows SearchRows {{
+    {QStringLiteral("Qualquer campo"), QStringLiteral("contenha"), QStringLiteral("Pão"), {}},
+    {QStringLiteral("Categoria"), QStringLiteral("seja igual a"), QStringLiteral("Despesas"),
+        QStringLiteral("ou")},
+    {QStringLiteral("Item"), QStringLiteral("não contenha"), QStringLiteral("2"), QStringLiteral("e o")},
+    {QStringLiteral("Setor"), QStringLiteral("seja maior que"), QStringLiteral("Despesas F"),
+        QStringLiteral("e o")},
+    {QStringLiteral("Conta"), QStringLiteral("contenha"), QStringLiteral("Energia"), QStringLiteral("ou")},
+}};
+
+// The same search by hand: the levels joined once, the combined condition, one UPDATE.
+QString floorSql(bool jetText)
+{
+    const auto like = [&](const char* column, const char* content) {
+        return jetText
+            ? QStringLiteral("jet_like(%1, '*%2*')").arg(QLatin1String(column), QString::fromUtf8(content))
+            : QStringLiteral("%1 LIKE '%%2%'").arg(QLatin1String(column), QString::fromUtf8(content));
+    };
+    const QString collate = jetText ? QStringLiteral(" COLLATE JETTEXT") : QString();
+    return QStringLiteral("UPDATE NivelCategoria4 SET Marca = 1 WHERE Codigo IN (SELECT n4.Codigo "
+                          "FROM NivelCategoria4 AS n4 "
+                          "LEFT JOIN NivelCategoria3 AS n3 ON n3.Codigo = n4.CodigoCategoria3 "
+                          "LEFT JOIN NivelCategoria2 AS n2 ON n2.Codigo = n3.CodigoCategoria2 "
+                          "LEFT JOIN NivelCategoria1 AS n1 ON n1.Codigo = n2.CodigoCategoria1 "
+                          "LEFT JOIN NivelCategoria0 AS n0 ON n0.Codigo = n1.CodigoCategoria0 WHERE (")
+        + like("n4.Nome", "Pão") + QStringLiteral(" OR ") + like("n3.Nome", "Pão") + QStringLiteral(" OR ")
+        + like("n2.Nome", "Pão") + QStringLiteral(" OR ") + like("n1.Nome", "Pão") + QStringLiteral(" OR ")
+        + like("n0.Nome", "Pão") + QStringLiteral(") OR n0.Nome = 'Despesas'") + collate
+        + QStringLiteral(" AND NOT ") + like("n4.Nome", "2") + QStringLiteral(" AND n1.Nome > 'Despesas F'")
+        + collate + QStringLiteral(" OR ") + like("n3.Nome", "Energia") + QLatin1Char(')');
+}
+
+double millisOf(const std::function<void()>& timed)
+{
+    QElapsedTimer timer;
+    timer.start();
+    timed();
+    return double(timer.nsecsElapsed()) / 1e6;
+}
+
+void run(QSqlDatabase& connection, const QString& sql)
+{
+    QSqlQuery query(connection);
+    if (!query.exec(sql)) {
+        std::fprintf(stderr, "falhou: %s\n%s\n", qPrintable(query.lastError().text()), qPrintable(sql));
+        std::exit(3);
+    }
+}
+
+QStringList rowsOf(QSqlDatabase& connection, const QString& sql)
+{
+    QSqlQuery query(connection);
+    query.exec(sql);
+    QStringList rows;
+    while (query.next()) {
+        QStringList cells;
+        for (int i = 0; i < query.record().count(); ++i)
+            cells << query.value(i).toString();
+        rows << cells.join(QLatin1Char('|'));
+    }
+    return rows;
+}
+
+const QString MarkedItems = QStringLiteral("SELECT Codigo FROM NivelCategoria4 WHERE Marca ORDER BY Codigo");
+const QString ScratchRows = QStringLiteral("SELECT * FROM Procura ORDER BY Codigo");
+
+// The earlier Python program's search on its own copy of the file: the best of `runs`.
+double referenceMillis(const QString& tree, const QString& company, int runs)
+{
+    const QString script = QStringLiteral(R"(
+import sys, time
+from varemo_contas.app.state import State
+from varemo_contas.data.dao import Database
+from varemo_contas.search import execution
+rows = [("Qualquer campo", "contenha", "Pão", ""), ("Categoria", "seja igual a", "Despesas", "ou"),
+        ("Item", "não contenha", "2", "e o"), ("Setor", "seja maior que", "Despesas F", "e o"),
+        ("Conta", "contenha", "Energia", "ou")]
+state = State(database=Database.open(sys.argv[1]))
+best = float("inf")
+for _ in range(int(sys.argv[2])):
+    procura, itens = execution.prepare(state)
+    start = time.perf_counter()
+    execution.run_search(state, rows, procura)
+    best = min(best, time.perf_counter() - start)
+    procura.close()
+    itens.close()
+print("MS", best * 1000, state.search_result)
+state.database.close()
+)");
+    QProcess python;
+    python.start(QDir(tree).filePath(QStringLiteral(".venv/bin/python")),
+        {QStringLiteral("-c"), script, company, QString::number(runs)});
+    python.waitForFinished(600000);
+    const QList<QByteArray> words = python.readAllStandardOutput().trimmed().split(' ');
+    if (python.exitCode() != 0 || words.size() != 3 || words[0] != "MS") {
+        std::fprintf(stderr, "a referência falhou: %s\n", python.readAllStandardError().constData());
+        return -1;
+    }
+    std::printf("referência: %d encontrados\n", words[2].toInt());
+    return words[1].toDouble();
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(QStringLiteral("Procura de cinco critérios contra um UPDATE simples."));
+    parser.addHelpOption();
+    parser.addPositionalArgument(QStringLiteral("empresa"), QStringLiteral("arquivo feito por generate"));
+    parser.addOption({QStringLiteral("runs"), QStringLiteral("repetições (a melhor conta)"),
+        QStringLiteral("N"), QStringLiteral("7")});
+    parser.addOption({QStringLiteral("reference"), QStringLiteral("árvore do programa anterior (Python)"),
+        QStringLiteral("DIR")});
+    parser.process(app);
+    if (parser.positionalArguments().size() != 1)
+        parser.showHelp(2);
+    const int runs = std::max(1, parser.value(QStringLiteral("runs")).toInt());
+
+    QTemporaryDir scratch;
+    const QString company = scratch.filePath(QStringLiteral("empresa.mdb"));
+    if (!QFile::copy(parser.positionalArguments().front(), company)) {
+        std::fprintf(stderr, "não foi possível copiar a empresa\n");
+        return 2;
+    }
+
+    varemo::AppState state;
+    state.database = varemo::Database::open(company);
+    QSqlDatabase bare = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("piso"));
+    bare.setDatabaseName(company);
+    if (!bare.open()) {
+        std::fprintf(stderr, "o piso não abriu o arquivo\n");
+        return 2;
+    }
+    varemo::dialect::install(bare);
+    const int items = rowsOf(bare, QStringLiteral("SELECT COUNT(*) FROM NivelCategoria4")).value(0).toInt();
+
+    varemo::search::Prepared prepared;
+    const auto search = [&](varemo::search::Marking marking) {
+        prepared = {};
+        prepared = varemo::search::prepare(state);
+        return millisOf(
+            [&] { varemo::search::runSearch(state, SearchRows, prepared.procura.get(), marking); });
+    };
+    const auto floor = [&](bool jetText) {
+        run(bare, QStringLiteral("UPDATE NivelCategoria4 SET Marca = 0 WHERE Marca = 1"));
+        return millisOf([&] { run(bare, floorSql(jetText)); });
+    };
+
+    constexpr double Never = std::numeric_limits<double>::infinity();
+    double program = Never, floorJet = Never, floorPlain = Never;
+    QStringList programMarks;
+    QStringList programScratch;
+    int hits = 0;
+    for (int i = 0; i < runs; ++i) {
+        program = std::min(program, search(varemo::search::Marking::Fast));
+        hits = state.searchResult;
+        programMarks = rowsOf(bare, MarkedItems);
+        programScratch = rowsOf(bare, ScratchRows);
+        floorJet = std::min(floorJet, floor(true));
+        floorPlain = std::min(floorPlain, floor(false));
+    }
+    floor(true);
+    const bool floorSame = rowsOf(bare, MarkedItems) == programMarks;
+
+    const double rowByRow = search(varemo::search::Marking::RowByRow);
+    const bool rowByRowSame = state.searchResult == hits && rowsOf(bare, MarkedItems) == programMarks
+        && rowsOf(bare, ScratchRows) == programScratch;
+    prepared = {};
+
+    std::printf("%d itens, 5 critérios (um \"Qualquer campo\"), %d encontrados\n", items, hits);
+    std::printf("programa (runSearch):              %8.1f ms\n", program);
+    std::printf("piso (um UPDATE, texto como o Jet): %8.1f ms  marcas iguais: %s\n", floorJet,
+        floorSame ? "sim" : "NÃO");
+    std::printf(
+        "UPDATE com LIKE do SQLite:          %8.1f ms  (não equivalente; só para comparar)\n", floorPlain);
+    std::printf("linha a linha (uma vez):            %8.1f ms  marcas e Procura iguais: %s\n", rowByRow,
+        rowByRowSame ? "sim" : "NÃO");
+
+    double reference = -1;
+    const QString tree = parser.value(QStringLiteral("reference"));
+    if (!tree.isEmpty()) {
+        const QString copy = scratch.filePath(QStringLiteral("referencia.mdb"));
+        QFile::copy(parser.positionalArguments().front(), copy);
+        reference = referenceMillis(tree, copy, runs);
+        std::printf("referência Python (run_search):     %8.1f ms\n", reference);
+    }
+
+    std::printf("RESULT search: programa %.1f ms, piso %.1f ms (melhor de %d), razão %.2fx (meta 2x)",
+        program, floorJet, runs, program / floorJet);
+    if (reference > 0)
+        std::printf(", referência %.1f ms (%.1fx o programa)", reference, reference / program);
+    std::printf("\n");
+    bare.close();
+    return floorSame && rowByRowSame ? 0 : 1;
+}
