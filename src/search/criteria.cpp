@@ -154,10 +154,21 @@ Plan planSearch(const Rows& rows)
 
 QString fastMarkingSql(const Criterion& criterion)
 {
+    // An ancestor's name is tested once on its own row, not once for every item below it:
+    // a chart has a few thousand accounts above tens of thousands of items. An item whose
+    // ancestor is missing has a Null code there, which is in no list, as its Null name
+    // matched nothing.
     QStringList conditions;
-    for (const int level : criterion.levels)
-        conditions << QLatin1Char('(') + markerCondition(level, criterion.op, criterion.content)
-                + QLatin1Char(')');
+    for (const int level : criterion.levels) {
+        const QString condition = markerCondition(level, criterion.op, criterion.content);
+        if (level == 4) {
+            conditions << QLatin1Char('(') + condition + QLatin1Char(')');
+        } else {
+            const QString table = QStringLiteral("NivelCategoria%1").arg(level);
+            conditions << QStringLiteral("(%1.Codigo IN (SELECT %1.Codigo FROM %1 WHERE ").arg(table)
+                    + condition + QStringLiteral("))");
+        }
+    }
     const QString source = ChainHead.mid(SelectAll.size());
     return QStringLiteral("UPDATE Procura SET ") + markColumn(criterion.number)
         + QStringLiteral(" = True WHERE Codigo IN (SELECT NivelCategoria4.Codigo ") + source
