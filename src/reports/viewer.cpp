@@ -9,6 +9,7 @@
 #include <QIntValidator>
 #include <QLabel>
 #include <QLineEdit>
+#include <QScrollBar>
 #include <QSplitter>
 #include <QToolBar>
 #include <QToolButton>
@@ -100,6 +101,11 @@ ReportViewer::ReportViewer(Desktop& desktop, QWidget* parent, const QStringList&
         setMultiple(false);
     });
     connect(Paginas, &PageView::zoomStep, this, &ReportViewer::zoomStep);
+    connect(Paginas, &PageView::turnPage, this, [this](int direction) {
+        // coming back up, the page before shows its end
+        if (goToPage(m_current + direction) && direction < 0)
+            Paginas->verticalScrollBar()->setValue(Paginas->verticalScrollBar()->maximum());
+    });
     // fitted zooms follow the window's size
     connect(Paginas, &PageView::resized, this, [this] {
         if (m_fit != Fit::None)

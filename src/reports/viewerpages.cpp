@@ -259,6 +259,24 @@ void PageView::wheelEvent(QWheelEvent* event)
         event->accept();
         return;
     }
+    // reading on in the single view: two notches past the page's end bring the next page,
+    // as many before its top the one before; a touchpad's small steps add up the same way
+    const QScrollBar* bar = verticalScrollBar();
+    const int delta = event->angleDelta().y();
+    const bool pastEnd = delta < 0 && bar->value() == bar->maximum();
+    const bool pastTop = delta > 0 && bar->value() == bar->minimum();
+    if (!m_multiple && (pastEnd || pastTop)) {
+        if ((m_edgeWheel > 0) != (delta > 0))
+            m_edgeWheel = 0;
+        m_edgeWheel += delta;
+        if (std::abs(m_edgeWheel) >= 2 * QWheelEvent::DefaultDeltasPerStep) {
+            m_edgeWheel = 0;
+            emit turnPage(pastEnd ? 1 : -1);
+        }
+        event->accept();
+        return;
+    }
+    m_edgeWheel = 0;
     QAbstractScrollArea::wheelEvent(event);
 }
 

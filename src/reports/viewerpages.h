@@ -48,6 +48,8 @@ signals:
     void pageClicked(int page);
     void pageActivated(int page);
     void zoomStep(int direction);
+    // the wheel went on past the end of the single page shown: 1 the next page, -1 the one before
+    void turnPage(int direction);
     void resized();
 
 protected:
@@ -72,6 +74,7 @@ private:
     std::vector<Hit> m_hits;
     int m_currentHit = -1;
     int m_painted = 0;
+    int m_edgeWheel = 0; // wheel turned past the page's end or top, not yet a page
 };
 
 } // namespace varemo::reports

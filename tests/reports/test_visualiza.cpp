@@ -15,6 +15,7 @@
 #include <QTemporaryDir>
 #include <QTest>
 #include <QTreeWidget>
+#include <QWheelEvent>
 
 using namespace varemo;
 using varemo::reports::ReportViewer;
@@ -55,6 +56,12 @@ QString walk(ReportViewer& viewer, const QString& steps)
             for (int i = arg.toInt(); i > 0; --i)
                 ++it;
             viewer.Indice_Click(*it);
+        } else if (step == u"up" || step == u"down") {
+            for (int notch = 0; notch < 2; ++notch) {
+                QWheelEvent wheel(QPointF(5, 5), QPointF(5, 5), {}, QPoint(0, step == u"up" ? 120 : -120),
+                    Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
+                QCoreApplication::sendEvent(viewer.Paginas->viewport(), &wheel);
+            }
         } else {
             viewer.tool(step)->trigger(); // a disabled tool does nothing
         }
@@ -193,20 +200,18 @@ private slots:
     {
         QTest::addColumn<QString>("steps");
         QTest::addColumn<QString>("pages");
-        QTest::newRow("next and previous") << "NextPage,NextPage,PrevPage"
-                                           << "2,3,2";
-        QTest::newRow("no page before the first") << "PrevPage"
-                                                  << "1";
-        QTest::newRow("no page after the last") << "box:4,NextPage"
-                                                << "4,4";
-        QTest::newRow("box out of range or not a number") << "NextPage,box:9,box:0,box:x"
-                                                          << "2,2,2,2";
-        QTest::newRow("back and forward") << "NextPage,box:3,Back,Back,Forward,Forward"
-                                          << "2,3,2,1,2,3";
-        QTest::newRow("a new page drops forward") << "NextPage,NextPage,Back,box:4,Forward"
-                                                  << "2,3,2,4,4";
-        QTest::newRow("contents jump") << "toc:1,toc:2,Back"
-                                       << "3,4,3";
+        const auto row = [](const char* name, const char* steps, const char* pages) {
+            QTest::newRow(name) << QString::fromUtf8(steps) << QString::fromUtf8(pages);
+        };
+        row("next and previous", "NextPage,NextPage,PrevPage", "2,3,2");
+        row("no page before the first", "PrevPage", "1");
+        row("no page after the last", "box:4,NextPage", "4,4");
+        row("box out of range or not a number", "NextPage,box:9,box:0,box:x", "2,2,2,2");
+        row("back and forward", "NextPage,box:3,Back,Back,Forward,Forward", "2,3,2,1,2,3");
+        row("a new page drops forward", "NextPage,NextPage,Back,box:4,Forward", "2,3,2,4,4");
+        row("wheel past the top and end", "box:3,up,down,up", "3,2,3,2");
+        row("wheel within a page scrolls it", "box:3,up,up", "3,2,2");
+        row("contents jump", "toc:1,toc:2,Back", "3,4,3");
     }
     void navigation()
     {
@@ -224,18 +229,15 @@ private slots:
         QTest::addColumn<QString>("text");
         QTest::addColumn<QString>("pages"); // the page shown after each "next"
         QTest::addColumn<QString>("result");
-        QTest::newRow("case aside, wrapping") << 0 << "VENDAS"
-                                              << "1,4,1"
-                                              << "1 de 2 ocorrências";
-        QTest::newRow("from the page in sight") << 1 << "vendas"
-                                                << "4,1"
-                                                << "1 de 2 ocorrências";
-        QTest::newRow("accents aside") << 0 << "pao"
-                                       << "3,3"
-                                       << "1 de 1 ocorrências";
-        QTest::newRow("nothing") << 2 << "xyz"
-                                 << "3"
-                                 << "Nenhuma ocorrência de “xyz”";
+        const auto row
+            = [](const char* name, int from, const char* text, const char* pages, const char* result) {
+                  QTest::newRow(name) << from << QString::fromUtf8(text) << QString::fromUtf8(pages)
+                                      << QString::fromUtf8(result);
+              };
+        row("case aside, wrapping", 0, "VENDAS", "1,4,1", "1 de 2 ocorrências");
+        row("from the page in sight", 1, "vendas", "4,1", "1 de 2 ocorrências");
+        row("accents aside", 0, "pao", "3,3", "1 de 1 ocorrências");
+        row("nothing", 2, "xyz", "3", "Nenhuma ocorrência de “xyz”");
     }
     void find()
     {
