@@ -24,14 +24,14 @@ namespace varemo::reports {
 
 namespace {
 
-struct ToolSpec {
+struct ToolEntry {
     const char16_t* key;
     const char16_t* caption; // as the viewer delivers it; the preview translates it
     const char16_t* tooltip;
     bool separatorAfter;
 };
 
-const std::array<ToolSpec, 16> Tools {{
+const std::array<ToolEntry, 16> Tools {{
     {u"TOC", u"Table Of Contents", u"Table Of Contents", false},
     {u"Print", u"&Print...", u"Print", false},
     {u"ExportPdf", u"Exportar PDF", u"Gravar o relatório num arquivo PDF", false},
@@ -166,8 +166,8 @@ void ReportViewer::buildToolbar(const QStringList& onlyTools)
     boxLayout->addWidget(TotalPaginas);
 
     auto* views = new QActionGroup(this);
-    for (const ToolSpec& spec : Tools) {
-        const QString key = QString::fromUtf16(spec.key);
+    for (const ToolEntry& entry : Tools) {
+        const QString key = QString::fromUtf16(entry.key);
         if (!onlyTools.isEmpty() && !onlyTools.contains(key))
             continue;
         QWidget* widget = key == u"Display" ? static_cast<QWidget*>(Exibicao)
@@ -186,8 +186,8 @@ void ReportViewer::buildToolbar(const QStringList& onlyTools)
             action->setIcon(toolIcon(key));
         }
         action->setObjectName(QStringLiteral("Tool_") + key);
-        action->setText(QString::fromUtf16(spec.caption));
-        action->setToolTip(QString::fromUtf16(spec.tooltip));
+        action->setText(QString::fromUtf16(entry.caption));
+        action->setToolTip(QString::fromUtf16(entry.tooltip));
         if (const QKeySequence shortcut = shortcutFor(key); !shortcut.isEmpty()) {
             action->setShortcut(shortcut);
             action->setShortcutContext(Qt::WidgetWithChildrenShortcut);
@@ -200,7 +200,7 @@ void ReportViewer::buildToolbar(const QStringList& onlyTools)
             views->addAction(action);
         }
         Barra->addAction(action);
-        if (spec.separatorAfter)
+        if (entry.separatorAfter)
             Barra->addSeparator();
     }
     for (QWidget* widget : {static_cast<QWidget*>(Exibicao), pageBox}) {

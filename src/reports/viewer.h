@@ -114,7 +114,6 @@ private:
     void buildToolbar(const QStringList& onlyTools);
     void buildFindBar();
     void fillToc();
-    void applyZoom(int percent);
     void refresh();
     void updateTools();
     void showCaptions(bool shown);

@@ -29,11 +29,6 @@ void ReportViewer::setZoom(int percent)
     m_fit = Fit::None;
     // a zoom of its own no longer follows the page's width or height
     Exibicao->setCurrentIndex(-1);
-    applyZoom(percent);
-}
-
-void ReportViewer::applyZoom(int percent)
-{
     m_zoom = std::clamp(percent, ZoomSteps.front(), ZoomSteps.back());
     Paginas->setZoom(m_zoom);
     refresh();

@@ -30,6 +30,8 @@ PageView::PageView(QWidget* parent)
 {
     setObjectName(QStringLiteral("Paginas"));
     viewport()->setAttribute(Qt::WA_OpaquePaintEvent);
+    // a bar coming and going would change the width a fitted zoom is worked out from, and again
+    setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     setMinimumSize(1, 1);
 }
 
