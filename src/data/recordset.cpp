@@ -171,6 +171,7 @@ void Recordset::Private::load()
             ids.append(i);
     }
     rows = std::move(result.rows);
+    applyTextOrder();
     changed();
     pos = 0;
     deletedCurrent = false;

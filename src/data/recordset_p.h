@@ -34,6 +34,8 @@ struct Recordset::Private {
     qint64 lastModified = 0;
     bool noMatch = false;
 
+    QList<int> textOrder; // columns the rows are kept sorted by, see sortByText
+
     QHash<QString, criteria::Predicate> predicates;
     // "Field = number" answered by value -> first row; nullopt when the column holds
     // something else than whole numbers (those compare by Jet's rules: scan instead).
@@ -62,6 +64,7 @@ struct Recordset::Private {
     std::optional<int> indexedFirst(const QString& text);
 
     void load();
+    void applyTextOrder();
     void changed();
     void takeSnapshot();
     void restoreSnapshot();
