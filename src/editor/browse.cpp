@@ -31,7 +31,7 @@ QString table(int level)
 
 } // namespace
 
-QString joinedLevelQuery(int level)
+QString joinedLevelRows(int level)
 {
     if (level < 1 || level > 4)
         return {};
@@ -42,10 +42,23 @@ QString joinedLevelQuery(int level)
                    .arg(table(k - 1), table(k))
                    .arg(k - 1);
     }
+    return sql;
+}
+
+QStringList levelNameOrder(int level)
+{
     QStringList order;
     for (int k = 0; k <= level; ++k)
         order << table(k) + QStringLiteral(".Nome");
-    sql += QStringLiteral("ORDER BY ") + order.join(QStringLiteral(", "));
+    return order;
+}
+
+QString joinedLevelQuery(int level)
+{
+    if (level < 1 || level > 4)
+        return {};
+    const QString sql = joinedLevelRows(level) + QStringLiteral("ORDER BY ")
+        + levelNameOrder(level).join(QStringLiteral(", "));
     // The item query has always had a blank before its semicolon.
     return sql + (level == 4 ? QStringLiteral(" ;") : QStringLiteral(";"));
 }
@@ -169,8 +182,15 @@ void Contas::openLevel(int level)
 {
     const auto page = static_cast<std::size_t>(browse::pageOfLevel(level));
     m_state.sql = browse::joinedLevelQuery(level);
-    Dados[page].reset();
-    Dados[page] = database().openRecordset(m_state.sql);
+    // Freeing tens of thousands of rows takes a while: the old set goes once the new page
+    // is on screen.
+    if (std::shared_ptr<Recordset> old = std::move(Dados[page]))
+        QMetaObject::invokeMethod(
+            this, [old] {}, Qt::QueuedConnection);
+    // Ordered by the engine, every pair of names compared would go through the collation,
+    // seconds on a big chart: the join is read as it comes and put in that order in memory.
+    Dados[page] = database().openRecordset(browse::joinedLevelRows(level));
+    Dados[page]->sortByText(browse::levelNameOrder(level));
     TotalRegistros[page] = Dados[page]->recordCount();
     Posicao[page] = TotalRegistros[page] > 0 ? 1 : 0;
     if (page == 1)
@@ -215,7 +235,10 @@ void Contas::showLevel(int level, bool keepRow, bool reread)
             const bool shown = index <= level;
             field->setVisible(shown);
             TextoRotulo[static_cast<std::size_t>(index)]->setVisible(shown);
-            field->setStyleSheet(index == level ? ActiveField : InactiveField);
+            // Setting a style sheet polishes the widget again even when it is the same one.
+            const QString& style = index == level ? ActiveField : InactiveField;
+            if (field->styleSheet() != style)
+                field->setStyleSheet(style);
             if (!shown)
                 field->setText(QString());
         }
@@ -397,8 +420,13 @@ void Contas::followInTree(const Recordset& rows)
     if (item == nullptr || Arvore->currentItem() == item)
         return;
     {
+        // The view would open the branch and scroll to the item at once; that is left to the
+        // single scroll below.
         const QSignalBlocker blocker(Arvore);
+        const bool autoScroll = Arvore->hasAutoScroll();
+        Arvore->setAutoScroll(false);
         Arvore->setCurrentItem(item);
+        Arvore->setAutoScroll(autoScroll);
     }
     // Opening a branch of thousands of items takes milliseconds: it is done once the moves
     // stop, for the row shown last, so that holding a move key stays quick.

@@ -1,12 +1,16 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 
 namespace varemo::browse {
 
 // The rows of a level (1..4) joined with all their ancestors, ordered by the ancestors'
 // names and then their own; fields are read as "NivelCategoria3.Nome".
 QString joinedLevelQuery(int level);
+// The same rows in no particular order, and the fields that order them.
+QString joinedLevelRows(int level);
+QStringList levelNameOrder(int level);
 // The find that brings back the row whose code at `level` is `code`.
 QString relocationCriteria(int level, qint64 code);
 

@@ -152,7 +152,15 @@ void Contas::placeFromScreen()
 void Contas::CarregaArvore()
 {
     try {
-        TreeBuild build = buildTree(*Arvore, database());
+        // The load has just read the five level tables for the selectors: the tree is made
+        // from those rows rather than reading each table a second time.
+        std::array<const Recordset*, 5> levels {};
+        bool allOpen = true;
+        for (std::size_t level = 0; level < Nivel.size(); ++level) {
+            levels[level] = Nivel[level].get();
+            allOpen = allOpen && Nivel[level] && Nivel[level]->isOpen();
+        }
+        TreeBuild build = allOpen ? buildTree(*Arvore, levels) : buildTree(*Arvore, database());
         m_nodes = std::move(build.nodes);
         if (build.orphans > 0)
             Status->setPanel(StatusBar::Message, orphansMessage(build.orphans));

@@ -74,6 +74,9 @@ void Contas::buildLayout()
     Arvore->setHeaderHidden(true);
     Arvore->setUniformRowHeights(true);
     Arvore->header()->setSectionResizeMode(QHeaderView::ResizeToContents);
+    // Only the rows on screen are measured: measuring every open row on each expansion made a
+    // click on a big chart take several milliseconds.
+    Arvore->header()->setResizeContentsPrecision(0);
     Arvore->header()->setStretchLastSection(false);
     setHelpContext(Arvore, help::Arvore);
     auto* treeBox = new QGroupBox(QStringLiteral("Plano de Contas"));

@@ -1,5 +1,6 @@
 #include "app/desktop.h"
 #include "data/database.h"
+#include "data/dialect.h"
 #include "editor/contas.h"
 #include "editor/tree.h"
 #include "editor/widgets.h"
@@ -162,10 +163,10 @@ void Contas::placeInTree(const SavedRow& row)
         item->parent()->removeChild(item);
     }
     item->setText(0, row.name);
-    // Siblings stay in name order, compared as the database compares names.
+    // Siblings stay in name order, compared as the database compares names (an accented
+    // letter beside its base letter), as a rebuilt tree would have them.
     int at = 0;
-    while (at < parent->childCount()
-        && QString::compare(parent->child(at)->text(0), row.name, Qt::CaseInsensitive) <= 0)
+    while (at < parent->childCount() && dialect::compareText(parent->child(at)->text(0), row.name) <= 0)
         ++at;
     parent->insertChild(at, item);
 }

@@ -2,11 +2,13 @@
 
 #include "data/database.h"
 #include "data/dialect.h"
+#include "data/recordset.h"
 #include "editor/images.h"
 
 #include <QTreeWidget>
 
 #include <algorithm>
+#include <numeric>
 #include <vector>
 
 namespace varemo {
@@ -65,43 +67,102 @@ void walkTree(QTreeWidgetItem* node, const std::function<void(QTreeWidgetItem*)>
 
 namespace {
 
-QTreeWidgetItem* makeNode(const QString& key, const QString& text)
-{
-    auto* node = new QTreeWidgetItem(QStringList {text});
-    node->setData(0, KeyRole, key);
-    setNodeImage(node, ImageNone);
-    return node;
-}
+// A chart node keeps its name, key and image in members instead of the item's list of role
+// values: a big chart makes tens of thousands of them at start-up, and each role stored the
+// usual way costs an allocation and a search on every read.
+class ChartItem : public QTreeWidgetItem {
+public:
+    ChartItem(QString key, QString name)
+        : m_key(std::move(key))
+        , m_name(std::move(name))
+        , m_image(ImageNone)
+    {
+    }
+
+    QVariant data(int column, int role) const override
+    {
+        if (column == 0) {
+            switch (role) {
+            case Qt::DisplayRole:
+            case Qt::EditRole:
+                return m_name;
+            case Qt::DecorationRole:
+                return checkIcon(m_image);
+            case KeyRole:
+                return m_key;
+            case ImageRole:
+                return m_image;
+            default:
+                break;
+            }
+        }
+        return QTreeWidgetItem::data(column, role);
+    }
+
+    void setData(int column, int role, const QVariant& value) override
+    {
+        if (column == 0) {
+            switch (role) {
+            case Qt::DisplayRole:
+            case Qt::EditRole:
+                m_name = value.toString();
+                emitDataChanged();
+                return;
+            case Qt::DecorationRole:
+                return; // the icon always follows the image key
+            case KeyRole:
+                m_key = value.toString();
+                return;
+            case ImageRole:
+                m_image = value.toString();
+                emitDataChanged();
+                return;
+            default:
+                break;
+            }
+        }
+        QTreeWidgetItem::setData(column, role, value);
+    }
+
+private:
+    QString m_key;
+    QString m_name;
+    QString m_image;
+};
 
 struct Row {
     QString sortKey;
-    QString key;
-    QString parentKey;
+    qint64 code = 0;
+    qint64 parent = 0;
+    bool hasParent = false;
     QString name;
 };
 
-std::vector<Row> readLevel(Database& database, int level)
+std::vector<Row> readLevel(const Recordset& table, int level)
 {
-    const QString table = QStringLiteral("NivelCategoria") + QString::number(level);
-    const QString parentField = QStringLiteral("CodigoCategoria") + QString::number(level - 1);
-    const auto recordset = database.openRecordset(table, RecordsetType::Table);
+    const int codeColumn = table.fieldIndex(QStringLiteral("Codigo"));
+    const int nameColumn = table.fieldIndex(QStringLiteral("Nome"));
+    const int parentColumn
+        = level > 0 ? table.fieldIndex(QStringLiteral("CodigoCategoria") + QString::number(level - 1)) : -1;
+    if (codeColumn < 0 || nameColumn < 0 || (level > 0 && parentColumn < 0))
+        throw JetError(jet::ItemNotFound, QStringLiteral("Item não encontrado nesta coleção."));
     std::vector<Row> rows;
-    rows.reserve(static_cast<std::size_t>(qMax(0, recordset->recordCount())));
-    if (recordset->recordCount() > 0)
-        recordset->moveFirst();
-    while (!recordset->eof()) {
-        const QVariant code = recordset->value(QStringLiteral("Codigo"));
-        const QString name = recordset->value(QStringLiteral("Nome")).toString();
-        QString parentKey = RootKey;
+    rows.reserve(static_cast<std::size_t>(table.rows().size()));
+    for (const auto& row : table.rows()) {
+        const QVariant& code = row.at(codeColumn);
+        if (code.isNull())
+            continue;
+        Row out;
+        out.name = row.at(nameColumn).toString();
+        out.sortKey = dialect::foldKey(out.name);
+        out.code = code.toLongLong();
         if (level > 0) {
-            const QVariant parent = recordset->value(parentField);
-            parentKey = parent.isNull() ? QString() : nodeKey(parent.toLongLong(), level - 1);
+            const QVariant& parent = row.at(parentColumn);
+            out.hasParent = !parent.isNull();
+            out.parent = parent.toLongLong();
         }
-        if (!code.isNull())
-            rows.push_back({dialect::foldKey(name), nodeKey(code.toLongLong(), level), parentKey, name});
-        recordset->moveNext();
+        rows.push_back(std::move(out));
     }
-    recordset->close();
     return rows;
 }
 
@@ -109,36 +170,74 @@ std::vector<Row> readLevel(Database& database, int level)
 
 TreeBuild buildTree(QTreeWidget& tree, Database& database)
 {
+    std::array<std::unique_ptr<Recordset>, 5> tables;
+    std::array<const Recordset*, 5> levels {};
+    for (int level = 0; level <= 4; ++level) {
+        const auto at = static_cast<std::size_t>(level);
+        tables[at] = database.openRecordset(
+            QStringLiteral("NivelCategoria") + QString::number(level), RecordsetType::Table);
+        levels[at] = tables[at].get();
+    }
+    return buildTree(tree, levels);
+}
+
+TreeBuild buildTree(QTreeWidget& tree, const std::array<const Recordset*, 5>& levels)
+{
+    // Everything is read first: a failing table leaves the tree as it was.
+    std::array<std::vector<Row>, 5> rows;
+    for (int level = 0; level <= 4; ++level)
+        rows[static_cast<std::size_t>(level)] = readLevel(*levels[static_cast<std::size_t>(level)], level);
+
     TreeBuild build;
-    auto* root = makeNode(RootKey, RootText);
+    tree.clear();
+    auto* root = new ChartItem(RootKey, RootText);
     build.nodes.insert(RootKey, root);
-    try {
-        for (int level = 0; level <= 4; ++level) {
-            std::vector<Row> rows = readLevel(database, level);
-            std::stable_sort(
-                rows.begin(), rows.end(), [](const Row& a, const Row& b) { return a.sortKey < b.sortKey; });
-            // Children are gathered per parent and added in one call: far cheaper than one
-            // insertion at a time once the tree has thousands of items.
-            QHash<QTreeWidgetItem*, QList<QTreeWidgetItem*>> children;
-            for (const Row& row : rows) {
-                QTreeWidgetItem* parent = build.nodes.value(row.parentKey);
-                if (parent == nullptr || build.nodes.contains(row.key)) {
+    tree.addTopLevelItem(root);
+    // Level by level from the root down, each parent's children sorted by name and added in
+    // one call while they have no children of their own: nothing is visited twice.
+    QHash<qint64, QTreeWidgetItem*> above;
+    for (int level = 0; level <= 4; ++level) {
+        const std::vector<Row>& levelRows = rows[static_cast<std::size_t>(level)];
+        QHash<qint64, std::vector<int>> byParent;
+        for (std::size_t i = 0; i < levelRows.size(); ++i) {
+            const Row& row = levelRows[i];
+            if (level == 0 || row.hasParent)
+                byParent[level == 0 ? 0 : row.parent].push_back(static_cast<int>(i));
+            else
+                ++build.orphans;
+        }
+        build.nodes.reserve(build.nodes.size() + static_cast<qsizetype>(levelRows.size()));
+        QHash<qint64, QTreeWidgetItem*> made;
+        made.reserve(static_cast<qsizetype>(levelRows.size()));
+        for (auto group = byParent.begin(); group != byParent.end(); ++group) {
+            QTreeWidgetItem* parent = level == 0 ? root : above.value(group.key());
+            std::vector<int>& members = group.value();
+            if (parent == nullptr) {
+                build.orphans += static_cast<int>(members.size());
+                continue;
+            }
+            std::stable_sort(members.begin(), members.end(), [&levelRows](int a, int b) {
+                return levelRows[static_cast<std::size_t>(a)].sortKey
+                    < levelRows[static_cast<std::size_t>(b)].sortKey;
+            });
+            QList<QTreeWidgetItem*> children;
+            children.reserve(static_cast<qsizetype>(members.size()));
+            for (const int index : members) {
+                const Row& row = levelRows[static_cast<std::size_t>(index)];
+                if (made.contains(row.code)) {
                     ++build.orphans;
                     continue;
                 }
-                QTreeWidgetItem* node = makeNode(row.key, row.name);
-                build.nodes.insert(row.key, node);
-                children[parent].append(node);
+                const QString key = nodeKey(row.code, level);
+                auto* node = new ChartItem(key, row.name);
+                made.insert(row.code, node);
+                build.nodes.insert(key, node);
+                children.append(node);
             }
-            for (auto it = children.cbegin(); it != children.cend(); ++it)
-                it.key()->addChildren(it.value());
+            parent->addChildren(children);
         }
-    } catch (...) {
-        delete root;
-        throw;
+        above = std::move(made);
     }
-    tree.clear();
-    tree.addTopLevelItem(root);
     root->setExpanded(true);
     return build;
 }

@@ -3,6 +3,7 @@
 #include <QHash>
 #include <QString>
 
+#include <array>
 #include <functional>
 
 class QTreeWidget;
@@ -11,6 +12,7 @@ class QTreeWidgetItem;
 namespace varemo {
 
 class Database;
+class Recordset;
 
 // Tree items carry their key ("17N3", "NI") and their image key ("Nenhum"...) as data.
 inline constexpr int KeyRole = Qt::UserRole;
@@ -45,6 +47,8 @@ struct TreeBuild {
 // name order as the database compares names; a row whose parent is missing is left out
 // with its descendants. Only the root is expanded. Throws JetError.
 TreeBuild buildTree(QTreeWidget& tree, Database& database);
+// The same from the five level tables already read (whole tables, by name).
+TreeBuild buildTree(QTreeWidget& tree, const std::array<const Recordset*, 5>& levels);
 
 // The text the status bar shows when rows were left out of the tree.
 QString orphansMessage(int orphans);
