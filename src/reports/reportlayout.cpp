@@ -282,9 +282,13 @@ private:
         for (size_t p = 1; p < document.pages.size(); ++p) {
             if (context[p].isEmpty())
                 continue;
-            const qreal top = document.pages[p].texts.front().rect.top();
-            document.pages[p].texts.push_back({QRectF(Margin, top + m_ruleY + 0.8, m_geometry.width, 5),
-                context[p] + QStringLiteral(" (continuação)"), Qt::AlignLeft | Qt::AlignVCenter, 8, false});
+            // in reading order, between the header and the page's lines
+            auto& texts = document.pages[p].texts;
+            const qreal top = texts.front().rect.top();
+            texts.insert(texts.begin() + qsizetype(m_header.size()),
+                {QRectF(Margin, top + m_ruleY + 0.8, m_geometry.width, 5),
+                    context[p] + QStringLiteral(" (continuação)"), Qt::AlignLeft | Qt::AlignVCenter, 8,
+                    false});
         }
         return document;
     }
