@@ -152,27 +152,54 @@ Plan planSearch(const Rows& rows)
     return plan;
 }
 
-QString fastMarkingSql(const Criterion& criterion)
+namespace {
+
+// The items any of the criterion's markers finds, as a list for "IN". A name is tested
+// once on its own row, not once for every item below it, and an item reaches its ancestors
+// through their codes: an item whose ancestor is missing has a code that is in no list, as
+// its Null name matched nothing in the markers' chain.
+QString markedItems(const Criterion& criterion)
 {
-    // An ancestor's name is tested once on its own row, not once for every item below it:
-    // a chart has a few thousand accounts above tens of thousands of items. An item whose
-    // ancestor is missing has a Null code there, which is in no list, as its Null name
-    // matched nothing.
     QStringList conditions;
     for (const int level : criterion.levels) {
         const QString condition = markerCondition(level, criterion.op, criterion.content);
         if (level == 4) {
             conditions << QLatin1Char('(') + condition + QLatin1Char(')');
-        } else {
-            const QString table = QStringLiteral("NivelCategoria%1").arg(level);
-            conditions << QStringLiteral("(%1.Codigo IN (SELECT %1.Codigo FROM %1 WHERE ").arg(table)
-                    + condition + QStringLiteral("))");
+            continue;
         }
+        QString codes
+            = QStringLiteral("SELECT NivelCategoria%1.Codigo FROM NivelCategoria%1 WHERE ").arg(level)
+            + condition;
+        for (int below = level + 1; below < 4; ++below)
+            codes = QStringLiteral("SELECT NivelCategoria%1.Codigo FROM NivelCategoria%1 WHERE "
+                                   "NivelCategoria%1.CodigoCategoria%2 IN (")
+                        .arg(below)
+                        .arg(below - 1)
+                + codes + QLatin1Char(')');
+        conditions << QStringLiteral("(NivelCategoria4.CodigoCategoria3 IN (") + codes + QStringLiteral("))");
     }
-    const QString source = ChainHead.mid(SelectAll.size());
+    return QStringLiteral("(SELECT NivelCategoria4.Codigo FROM NivelCategoria4 WHERE ")
+        + conditions.join(QStringLiteral(" OR ")) + QLatin1Char(')');
+}
+
+} // namespace
+
+QString fastMarkingSql(const Criterion& criterion)
+{
     return QStringLiteral("UPDATE Procura SET ") + markColumn(criterion.number)
-        + QStringLiteral(" = True WHERE Codigo IN (SELECT NivelCategoria4.Codigo ") + source
-        + QStringLiteral("WHERE ") + conditions.join(QStringLiteral(" OR ")) + QStringLiteral(");");
+        + QStringLiteral(" = True WHERE Codigo IN ") + markedItems(criterion) + QLatin1Char(';');
+}
+
+QString fastMarkingSql(const QList<Criterion>& criteria)
+{
+    // Each scratch row is written once for all the criteria; a mark is only ever set.
+    QStringList assignments;
+    for (const Criterion& criterion : criteria) {
+        const QString column = markColumn(criterion.number);
+        assignments << column + QStringLiteral(" = IIf(Codigo IN ") + markedItems(criterion)
+                + QStringLiteral(", True, ") + column + QLatin1Char(')');
+    }
+    return QStringLiteral("UPDATE Procura SET ") + assignments.join(QStringLiteral(", ")) + QLatin1Char(';');
 }
 
 } // namespace varemo::search

@@ -93,5 +93,7 @@ Plan planSearch(const Rows& rows);
 // the markers' conditions over the same chain, so a condition that is Null marks nothing.
 // Only for a plain criterion.
 QString fastMarkingSql(const Criterion& criterion);
+// The same for several plain criteria in one statement.
+QString fastMarkingSql(const QList<Criterion>& criteria);
 
 } // namespace varemo::search

@@ -88,15 +88,20 @@ int runSearch(AppState& state, const Rows& rows, Recordset* procura, Marking mar
                 own = openSet(state, AbreProcura, RecordsetType::Dynaset);
             return *own;
         };
+        // A content holding an apostrophe ends its quotes early: only the markers' own texts
+        // say what such a criterion does, so it keeps the row-by-row marking.
+        QList<Criterion> plain;
         for (const Criterion& criterion : plan.criteria) {
-            // A content holding an apostrophe ends its quotes early: only the markers' own
-            // texts say what such a criterion does, so it keeps the row-by-row marking.
-            if (marking == Marking::Fast && criterion.plain()) {
-                state.searchResult = criterion.number;
-                execute(state, fastMarkingSql(criterion));
-            } else {
+            if (marking == Marking::Fast && criterion.plain())
+                plain << criterion;
+        }
+        if (!plain.isEmpty()) {
+            state.searchResult = plain.last().number;
+            execute(state, fastMarkingSql(plain));
+        }
+        for (const Criterion& criterion : plan.criteria) {
+            if (marking != Marking::Fast || !criterion.plain())
                 markRowByRow(state, scratch(), criterion);
-            }
         }
         execute(state, plan.combiningSql());
         execute(state, MarcaItens);
