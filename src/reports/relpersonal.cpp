@@ -4,6 +4,7 @@
 
 #include "data/database.h"
 #include "data/dialect.h"
+#include "editor/tree.h"
 #include "reports/totals.h"
 
 #include <QHash>
@@ -28,17 +29,12 @@ struct ChartRow {
     QString name;
 };
 
-QString keyOf(qint64 code, int level)
-{
-    return QString::number(code) + QLatin1Char('N') + QString::number(level);
-}
-
 // The chart as the main window's tree holds it: children of each key in name order, rows
 // whose parent is missing left out with their descendants.
 QHash<QString, std::vector<ChartRow>> chartChildren(Database& database)
 {
     QHash<QString, std::vector<ChartRow>> children;
-    QSet<QString> known {QStringLiteral("NI")};
+    QSet<QString> known {RootKey};
     for (int level = 0; level <= 4; ++level) {
         const auto table = database.openRecordset(
             QStringLiteral("NivelCategoria") + QString::number(level), RecordsetType::Table);
@@ -49,14 +45,14 @@ QHash<QString, std::vector<ChartRow>> chartChildren(Database& database)
             const QVariant code = table->value(QStringLiteral("Codigo"));
             if (code.isNull())
                 continue;
-            QString parent = QStringLiteral("NI");
+            QString parent = RootKey;
             if (level > 0) {
                 const QVariant up
                     = table->value(QStringLiteral("CodigoCategoria") + QString::number(level - 1));
-                parent = up.isNull() ? QString() : keyOf(up.toLongLong(), level - 1);
+                parent = up.isNull() ? QString() : nodeKey(up.toLongLong(), level - 1);
             }
             const QString name = table->value(QStringLiteral("Nome")).toString();
-            rows.push_back({parent, {dialect::foldKey(name), keyOf(code.toLongLong(), level), name}});
+            rows.push_back({parent, {dialect::foldKey(name), nodeKey(code.toLongLong(), level), name}});
         }
         table->close();
         std::stable_sort(rows.begin(), rows.end(),
@@ -140,11 +136,11 @@ QStringList definitionEntries(Database& database, qint32 reportCode)
             const int image = marks.value(row.key);
             if (image != 2 && image != 3)
                 continue; // nothing below an unmarked node is chosen
-            entries << pathEntry(row.name, row.key.back().digitValue(), image == 3);
+            entries << pathEntry(row.name, keyLevel(row.key), image == 3);
             walk(row.key);
         }
     };
-    walk(QStringLiteral("NI"));
+    walk(RootKey);
     return entries;
 }
 
