@@ -1,14 +1,16 @@
-// Start-up time: the program on the demo company against a bare Qt window, in the same run.
+// Start-up time and peak memory: the program against a bare Qt window, in the same run.
 //
-//   bench_startup [--repeat 9] [--program DIR] [--reference PYTHON_TREE]
+//   bench_startup [--repeat 9] [--program DIR | --company FILE.mdb] [--reference PYTHON_TREE]
 //
 // Each measurement is a fresh process timed from its launch until its window is exposed
 // (offscreen platform), so process start, libraries and QApplication count in both:
 // - baseline: a QApplication showing one empty QWidget;
 // - program: the splash load and the main window's load (varemo::start) then show();
 // - reference (optional): the earlier Python program's own child, on the same program folder.
-// The kinds alternate after one unmeasured warm-up round; medians and ratios are printed,
-// ending with one RESULT line.
+// The company is the demo, an installed program folder, or a company file (from `generate`)
+// installed in a scratch folder. Each child's peak resident memory is its maximum RSS as the
+// kernel reports it when the child is reaped. The kinds alternate after one unmeasured warm-up
+// round; medians and ratios are printed, ending with one RESULT line.
 #include "app/qtdesktop.h"
 #include "app/startup.h"
 #include "app/state.h"
@@ -19,7 +21,9 @@
 #include <QCommandLineParser>
 #include <QDir>
 #include <QElapsedTimer>
-#include <QProcess>
+#include <QFile>
+#include <QFileInfo>
+#include <QProcessEnvironment>
 #include <QTemporaryDir>
 #include <QWidget>
 #include <QWindow>
@@ -27,6 +31,13 @@
 #include <algorithm>
 #include <cstdio>
 #include <optional>
+#include <poll.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+extern char** environ;
 
 namespace {
 
@@ -81,35 +92,99 @@ struct Child {
     QStringList arguments;
     QString name;
     QList<double> millis;
+    QList<double> peakMb;
+    QList<double> cpuMillis;
 };
 
-double runChild(const Child& child, const QProcessEnvironment& env)
+struct Run {
+    double millis;
+    double peakMb;
+    double cpuMillis; // user + system time of the whole child: steadier than wall time on a busy machine
+};
+
+// The child runs to its end after READY; reaping it with wait4 gives its own peak RSS.
+Run runChild(const Child& child, const QStringList& env)
 {
-    QProcess process;
-    process.setProcessEnvironment(env);
-    process.setProcessChannelMode(QProcess::SeparateChannels);
-    QElapsedTimer timer;
-    timer.start();
-    process.start(child.program, child.arguments);
-    double wall = -1;
-    QByteArray out;
-    while (process.state() != QProcess::NotRunning || process.bytesAvailable() > 0) {
-        process.waitForReadyRead(50);
-        out += process.readAllStandardOutput();
-        if (wall < 0 && out.contains(Ready))
-            wall = double(timer.nsecsElapsed()) / 1e6;
-        if (wall >= 0)
-            break;
-        if (timer.elapsed() > 60000)
-            break;
-    }
-    process.waitForFinished(60000);
-    if (wall < 0) {
-        std::fprintf(stderr, "medição falhou (%s): %s\n", qPrintable(child.name),
-            process.readAllStandardError().constData());
+    int out[2];
+    if (pipe(out) != 0) {
+        std::perror("pipe");
         std::exit(4);
     }
-    return wall;
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawn_file_actions_adddup2(&actions, out[1], STDOUT_FILENO);
+    posix_spawn_file_actions_addclose(&actions, out[0]);
+    posix_spawn_file_actions_addclose(&actions, out[1]);
+    QList<QByteArray> argBytes {child.program.toLocal8Bit()};
+    for (const QString& argument : child.arguments)
+        argBytes << argument.toLocal8Bit();
+    QList<QByteArray> envBytes;
+    for (const QString& entry : env)
+        envBytes << entry.toLocal8Bit();
+    std::vector<char*> args;
+    for (QByteArray& bytes : argBytes)
+        args.push_back(bytes.data());
+    args.push_back(nullptr);
+    std::vector<char*> envp;
+    for (QByteArray& bytes : envBytes)
+        envp.push_back(bytes.data());
+    envp.push_back(nullptr);
+
+    QElapsedTimer timer;
+    timer.start();
+    pid_t pid = 0;
+    const int spawned = posix_spawn(&pid, args[0], &actions, nullptr, args.data(), envp.data());
+    posix_spawn_file_actions_destroy(&actions);
+    close(out[1]);
+    if (spawned != 0) {
+        std::fprintf(stderr, "não foi possível iniciar %s\n", args[0]);
+        std::exit(4);
+    }
+    double wall = -1;
+    QByteArray text;
+    char buffer[4096];
+    pollfd wait {out[0], POLLIN, 0};
+    while (wall < 0 && timer.elapsed() < 60000) {
+        if (poll(&wait, 1, 100) <= 0)
+            continue;
+        const ssize_t got = read(out[0], buffer, sizeof buffer);
+        if (got <= 0)
+            break;
+        text.append(buffer, got);
+        if (text.contains(Ready))
+            wall = double(timer.nsecsElapsed()) / 1e6;
+    }
+    // The rest of the output is drained so the child never blocks on a full pipe.
+    while (read(out[0], buffer, sizeof buffer) > 0) { }
+    close(out[0]);
+    int status = 0;
+    rusage usage {};
+    if (wait4(pid, &status, 0, &usage) != pid || wall < 0) {
+        std::fprintf(stderr, "medição falhou (%s)\n", qPrintable(child.name));
+        std::exit(4);
+    }
+    const auto cpu = [](const timeval& t) { return double(t.tv_sec) * 1000.0 + double(t.tv_usec) / 1000.0; };
+    return {wall, double(usage.ru_maxrss) / 1024.0, cpu(usage.ru_utime) + cpu(usage.ru_stime)};
+}
+
+// A program folder whose Caminho.dad names a data folder holding the company file (linked:
+// start-up only reads it).
+QString install(const QString& company, const QString& root)
+{
+    const QDir dir(root);
+    dir.mkpath(QStringLiteral("programa"));
+    dir.mkpath(QStringLiteral("empresa/Dados"));
+    const QString data = dir.filePath(QStringLiteral("empresa")) + QLatin1Char('/');
+    QFile path(dir.filePath(QStringLiteral("programa/Caminho.dad")));
+    QFile ini(data + QStringLiteral("Empresa.ini"));
+    if (!path.open(QIODevice::WriteOnly) || !ini.open(QIODevice::WriteOnly)
+        || !QFile::link(QFileInfo(company).absoluteFilePath(), data + QStringLiteral("Dados/empresa.mdb"))) {
+        std::fprintf(stderr, "não foi possível montar a instalação em %s\n", qPrintable(root));
+        std::exit(2);
+    }
+    path.write(data.toUtf8() + "\r\n");
+    ini.write("[Empresa]\r\nNome=Bench\r\n");
+    return dir.filePath(QStringLiteral("programa")) + QLatin1Char('/');
 }
 
 // The build's program folder (Sons/, Ajuda/) that a demo installation copies.
@@ -148,6 +223,9 @@ int main(int argc, char** argv)
         QStringLiteral("N"), QStringLiteral("9")});
     parser.addOption(
         {QStringLiteral("program"), QStringLiteral("pasta do programa já montada"), QStringLiteral("DIR")});
+    parser.addOption({QStringLiteral("company"),
+        QStringLiteral("arquivo de empresa (de generate) instalado numa pasta temporária"),
+        QStringLiteral("FILE")});
     parser.addOption({QStringLiteral("reference"),
         QStringLiteral("árvore do programa anterior (Python), medida no mesmo arquivo"),
         QStringLiteral("DIR")});
@@ -156,7 +234,10 @@ int main(int argc, char** argv)
 
     QTemporaryDir scratch;
     QString program = parser.value(QStringLiteral("program"));
-    if (program.isEmpty()) {
+    const QString company = parser.value(QStringLiteral("company"));
+    if (!company.isEmpty()) {
+        program = install(company, scratch.filePath(QStringLiteral("empresa")));
+    } else if (program.isEmpty()) {
         QElapsedTimer built;
         built.start();
         program = varemo::demo::build(scratch.filePath(QStringLiteral("demo")), programFolderOfBuild());
@@ -169,12 +250,13 @@ int main(int argc, char** argv)
     env.insert(QStringLiteral("HOME"), scratch.path());
     env.insert(QStringLiteral("TMPDIR"), scratch.path());
     env.remove(QStringLiteral("XDG_CONFIG_HOME"));
+    const QStringList environment = env.toStringList();
 
     const QString self = QCoreApplication::applicationFilePath();
     std::vector<Child> kinds {
-        {self, {QStringLiteral("--child"), QStringLiteral("bare")}, QStringLiteral("base"), {}},
+        {self, {QStringLiteral("--child"), QStringLiteral("bare")}, QStringLiteral("base"), {}, {}, {}},
         {self, {QStringLiteral("--child"), QStringLiteral("program"), program}, QStringLiteral("programa"),
-            {}},
+            {}, {}, {}},
     };
     const QString reference = parser.value(QStringLiteral("reference"));
     if (!reference.isEmpty()) {
@@ -182,26 +264,40 @@ int main(int argc, char** argv)
         kinds.push_back({python,
             {QDir(reference).filePath(QStringLiteral("bench/bench_startup.py")), QStringLiteral("--child"),
                 QStringLiteral("program"), program},
-            QStringLiteral("referência"), {}});
+            QStringLiteral("referência"), {}, {}, {}});
     }
 
     for (const auto& kind : kinds)
-        runChild(kind, env); // warm-up, unmeasured
-    for (int i = 0; i < repeat; ++i)
-        for (auto& kind : kinds)
-            kind.millis << runChild(kind, env);
+        runChild(kind, environment); // warm-up, unmeasured
+    for (int i = 0; i < repeat; ++i) {
+        for (auto& kind : kinds) {
+            const Run run = runChild(kind, environment);
+            kind.millis << run.millis;
+            kind.peakMb << run.peakMb;
+            kind.cpuMillis << run.cpuMillis;
+        }
+    }
 
     for (const auto& kind : kinds)
-        std::printf("%-11s mediana %7.0f ms  (mín %.0f, máx %.0f)\n", qPrintable(kind.name),
-            median(kind.millis), *std::min_element(kind.millis.begin(), kind.millis.end()),
-            *std::max_element(kind.millis.begin(), kind.millis.end()));
+        std::printf("%-11s mediana %7.0f ms  (mín %.0f, máx %.0f)  CPU %6.0f ms  pico de memória %6.1f MB\n",
+            qPrintable(kind.name), median(kind.millis),
+            *std::min_element(kind.millis.begin(), kind.millis.end()),
+            *std::max_element(kind.millis.begin(), kind.millis.end()), median(kind.cpuMillis),
+            median(kind.peakMb));
     const double base = median(kinds[0].millis);
     const double ours = median(kinds[1].millis);
-    std::printf("RESULT startup: programa %.0f ms, janela vazia %.0f ms (medianas de %d), razão %.2fx", ours,
-        base, repeat, ours / base);
+    const double oursMb = median(kinds[1].peakMb);
+    std::printf(
+        "RESULT startup: programa %.0f ms, janela vazia %.0f ms (medianas de %d), razão %.2fx (meta até 3x "
+        "%s), em CPU %.2fx; memória %.1f MB (janela vazia %.1f MB)",
+        ours, base, repeat, ours / base, ours / base <= 3 ? "PASS" : "FAIL",
+        median(kinds[1].cpuMillis) / median(kinds[0].cpuMillis), oursMb, median(kinds[0].peakMb));
     if (kinds.size() > 2) {
         const double ref = median(kinds[2].millis);
-        std::printf(", referência %.0f ms (%.2fx)", ref, ref / base);
+        const double refMb = median(kinds[2].peakMb);
+        std::printf("; referência %.0f ms (%.2fx, %s), %.1f MB (nossa/referência %.2f, meta até 0.5 %s)", ref,
+            ref / base, ours < ref ? "PASS" : "FAIL", refMb, oursMb / refMb,
+            oursMb / refMb <= 0.5 ? "PASS" : "FAIL");
     }
     std::printf("\n");
     return 0;

@@ -21,6 +21,8 @@ std::vector<int> ranksOf(const QList<Row>& rows, int column)
 {
     QHash<QString, int> distinct;
     std::vector<int> ranks(static_cast<std::size_t>(rows.size()), 0);
+    QString previous;
+    int previousEntry = 0;
     for (qsizetype i = 0; i < rows.size(); ++i) {
         const QVariant& value = rows.at(i).at(column);
         if (!value.isValid())
@@ -29,10 +31,16 @@ std::vector<int> ranksOf(const QList<Row>& rows, int column)
         const QString text = value.typeId() == QMetaType::QString
             ? *static_cast<const QString*>(value.constData())
             : value.toString();
-        auto found = distinct.constFind(text);
-        if (found == distinct.cend())
-            found = distinct.insert(text, static_cast<int>(distinct.size()));
-        ranks[static_cast<std::size_t>(i)] = found.value() + 1;
+        // Rows of one parent tend to come together: the same name as the row before needs
+        // no look-up.
+        if (previousEntry == 0 || text != previous) {
+            auto found = distinct.constFind(text);
+            if (found == distinct.cend())
+                found = distinct.insert(text, static_cast<int>(distinct.size()));
+            previous = text;
+            previousEntry = found.value() + 1;
+        }
+        ranks[static_cast<std::size_t>(i)] = previousEntry;
     }
     std::vector<std::pair<QString, int>> keys;
     keys.reserve(static_cast<std::size_t>(distinct.size()));
