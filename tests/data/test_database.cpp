@@ -14,26 +14,11 @@ using varemo::RecordsetType;
 using varemo::StorageBug;
 using varemo::UnitOfWork;
 using varemo::test::jetFailure;
+using varemo::test::readFile;
 using varemo::test::TestCompany;
-
-namespace {
+using varemo::test::writeFile;
 
 constexpr int ShortWaitMs = 150;
-
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-void writeAll(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    QCOMPARE(file.write(bytes), bytes.size());
-}
-
-} // namespace
 
 class TestDatabase : public QObject {
     Q_OBJECT
@@ -58,7 +43,7 @@ private slots:
         QFETCH(bool, corrupt);
         TestCompany company;
         const QString path = company.databasePath();
-        QByteArray bytes = readAll(path);
+        QByteArray bytes = readFile(path);
         if (damage == QLatin1String("page")) {
             const int page = company.scalar("PRAGMA page_size").toInt();
             const int root = company
@@ -72,14 +57,14 @@ private slots:
         if (damage == QLatin1String("folder"))
             QVERIFY(QDir().mkpath(path));
         else if (damage == QLatin1String("empty"))
-            writeAll(path, {});
+            writeFile(path, {});
         else if (damage == QLatin1String("garbage"))
-            writeAll(path, QByteArray("Standard Jet DB\0", 16) + QByteArray(4000, '\x5a'));
+            writeFile(path, QByteArray("Standard Jet DB\0", 16) + QByteArray(4000, '\x5a'));
         else if (damage == QLatin1String("truncated"))
-            writeAll(path, bytes.left(bytes.size() / 2));
+            writeFile(path, bytes.left(bytes.size() / 2));
         else if (damage == QLatin1String("page"))
-            writeAll(path, bytes);
-        const QByteArray left = readAll(path);
+            writeFile(path, bytes);
+        const QByteArray left = readFile(path);
 
         const int number = jetFailure([&] {
             const auto db = Database::open(path, ShortWaitMs);
@@ -88,7 +73,7 @@ private slots:
         QVERIFY(number != 0);
         QCOMPARE(number == 3049, corrupt);
         QCOMPARE(QFileInfo::exists(path), damage != QLatin1String("missing"));
-        QCOMPARE(readAll(path), left);
+        QCOMPARE(readFile(path), left);
     }
 
     // Another module holding the file past the wait fails the action with 3218 (never

@@ -80,13 +80,6 @@ INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo)
     VALUES ('Empresa Vazia Ltda', 0, 1, 0);
 )";
 
-void writeFile(const QString& path, const QByteArray& contents)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(contents) != contents.size())
-        qFatal("TestCompany: cannot write %s", qPrintable(path));
-}
-
 // Plain copies: QFile::copy flushes every file to disk, too slow for a fixture made per test.
 void copyTree(const QString& from, const QString& to)
 {
@@ -214,6 +207,19 @@ void TestCompany::closeSql()
         return;
     QSqlDatabase::database(m_connection, false).close();
     QSqlDatabase::removeDatabase(m_connection);
+}
+
+QByteArray readFile(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+}
+
+void writeFile(const QString& path, const QByteArray& contents)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly | QIODevice::Truncate) || file.write(contents) != contents.size())
+        qFatal("cannot write %s", qPrintable(path));
 }
 
 int jetFailure(const std::function<void()>& call)

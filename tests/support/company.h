@@ -45,6 +45,11 @@ private:
     QString m_connection;
 };
 
+// Whole files, for tests that read or damage an installation's files. A file that cannot be
+// written stops the run; one that cannot be read reads empty.
+QByteArray readFile(const QString& path);
+void writeFile(const QString& path, const QByteArray& contents);
+
 // The Jet number a call fails with, 0 when it does not fail.
 int jetFailure(const std::function<void()>& call);
 
