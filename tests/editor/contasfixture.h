@@ -3,6 +3,7 @@
 #include "app/state.h"
 #include "data/database.h"
 #include "editor/contas.h"
+#include "editor/widgets.h"
 #include "support/company.h"
 #include "support/fakedesktop.h"
 
@@ -59,6 +60,21 @@ struct LoadedContas {
         desktop.modalWindows.clear();
         desktop.placementsSaved.clear();
         desktop.mailsSent = 0;
+    }
+
+    // The title of the first box shown, empty when none was.
+    QString firstBoxTitle() const { return desktop.boxes.isEmpty() ? QString() : desktop.boxes[0].title; }
+
+    // Types one name into each selector, from the category down.
+    void typePath(const QStringList& names)
+    {
+        for (std::size_t level = 0; level < 5 && level < std::size_t(names.size()); ++level)
+            window->Combo[level]->setText(names[qsizetype(level)]);
+    }
+
+    int rows(const QString& table)
+    {
+        return state.database->scalar(QStringLiteral("SELECT COUNT(*) FROM ") + table).toInt();
     }
 
     TestCompany company;

@@ -9,19 +9,6 @@
 using namespace varemo;
 using namespace varemo::test;
 
-namespace {
-
-int rowCount(Database& database, const QString& table)
-{
-    const auto rows = database.openRecordset(QStringLiteral("SELECT * FROM ") + table);
-    int count = 0;
-    for (; !rows->eof(); rows->moveNext())
-        ++count;
-    return count;
-}
-
-} // namespace
-
 class TestSave : public QObject {
     Q_OBJECT
 private slots:
@@ -30,25 +17,18 @@ private slots:
         QTest::addColumn<QStringList>("path"); // the five selector texts
         QTest::addColumn<QString>(
             "expected"); // box title, accounts, items, mode, tree text of the saved item
-
-        const QString category = QStringLiteral("Despesas");
-        QTest::newRow("new item under an existing account") << QStringList {category,
-            QStringLiteral("Despesas Administrativas"), QStringLiteral("Ocupação"), QStringLiteral("Energia"),
-            QStringLiteral("Conta de água")} << QStringLiteral("|7|10|Visualizar|Conta de água");
-        QTest::newRow("missing account is made")
-            << QStringList {category, QStringLiteral("Despesas Administrativas"), QStringLiteral("Ocupação"),
-                   QStringLiteral("Telefone"), QStringLiteral("Celular")}
-            << QStringLiteral("|8|10|Visualizar|Celular");
-        QTest::newRow("same item under the same account") << QStringList {category,
-            QStringLiteral("Despesas Administrativas"), QStringLiteral("Ocupação"), QStringLiteral("Energia"),
-            QStringLiteral("Conta de luz")} << QStringLiteral("Item existente|7|9|Visualizar|Conta de luz");
-        QTest::newRow("blank item name keeps the mode") << QStringList {category,
-            QStringLiteral("Despesas Administrativas"), QStringLiteral("Ocupação"), QStringLiteral("Energia"),
-            QStringLiteral("   ")} << QStringLiteral("Existe campo em branco|7|9|Inserir|");
-        QTest::newRow("apostrophe writes nothing, not even the new account")
-            << QStringList {category, QStringLiteral("Despesas Administrativas"), QStringLiteral("Ocupação"),
-                   QStringLiteral("Telefone"), QStringLiteral("D'água")}
-            << QStringLiteral("Tratamento de Erros|7|9|Inserir|");
+        const auto row = [](const char* tag, const char* account, const char* item, const char* expected) {
+            QTest::newRow(tag) << QStringList {"Despesas", "Despesas Administrativas", "Ocupação", account,
+                item} << QString::fromUtf8(expected);
+        };
+        row("new item under an existing account", "Energia", "Conta de água",
+            "|7|10|Visualizar|Conta de água");
+        row("missing account is made", "Telefone", "Celular", "|8|10|Visualizar|Celular");
+        row("same item under the same account", "Energia", "Conta de luz",
+            "Item existente|7|9|Visualizar|Conta de luz");
+        row("blank item name keeps the mode", "Energia", "   ", "Existe campo em branco|7|9|Inserir|");
+        row("apostrophe writes nothing, not even the new account", "Telefone", "D'água",
+            "Tratamento de Erros|7|9|Inserir|");
     }
     void saveItem()
     {
@@ -56,17 +36,15 @@ private slots:
         QFETCH(QString, expected);
         LoadedContas fx;
         fx.window->tool_click(QStringLiteral("ID_Incluir"));
-        for (int level = 0; level < 5; ++level)
-            fx.window->Combo[static_cast<std::size_t>(level)]->setText(path[level]);
+        fx.typePath(path);
         fx.clearCalls();
         fx.window->tool_click(QStringLiteral("ID_Gravar"));
-        Database& db = *fx.state.database;
         QTreeWidgetItem* saved = fx.window->node(nodeKey(fx.window->CodigoGravado, 4));
-        const QString seen = QStringList {fx.desktop.boxes.isEmpty() ? QString() : fx.desktop.boxes[0].title,
-            QString::number(rowCount(db, QStringLiteral("NivelCategoria3"))),
-            QString::number(rowCount(db, QStringLiteral("NivelCategoria4"))), fx.window->Modo,
-            saved != nullptr && fx.window->Gravou ? saved->text(0) : QString()}
-                                 .join(QLatin1Char('|'));
+        const QString seen
+            = QStringList {fx.firstBoxTitle(), QString::number(fx.rows(QStringLiteral("NivelCategoria3"))),
+                QString::number(fx.rows(QStringLiteral("NivelCategoria4"))), fx.window->Modo,
+                saved != nullptr && fx.window->Gravou ? saved->text(0) : QString()}
+                  .join(QLatin1Char('|'));
         QCOMPARE(seen, expected);
     }
 
@@ -91,10 +69,10 @@ private slots:
         fx.clearCalls();
         fx.window->tool_click(QStringLiteral("ID_Gravar"));
         QTreeWidgetItem* saved = fx.window->node(nodeKey(fx.window->CodigoGravado, 3));
-        const QString seen = QStringList {fx.desktop.boxes.isEmpty() ? QString() : fx.desktop.boxes[0].title,
-            QString::number(rowCount(*fx.state.database, QStringLiteral("NivelCategoria3"))),
-            saved != nullptr ? saved->text(0) : QString()}
-                                 .join(QLatin1Char('|'));
+        const QString seen
+            = QStringList {fx.firstBoxTitle(), QString::number(fx.rows(QStringLiteral("NivelCategoria3"))),
+                saved != nullptr ? saved->text(0) : QString()}
+                  .join(QLatin1Char('|'));
         QCOMPARE(seen, expected);
     }
 };

@@ -45,8 +45,7 @@ private slots:
         QFETCH(QString, newNode);
         LoadedContas fx;
         fx.window->tool_click(QStringLiteral("ID_Incluir"));
-        for (int level = 0; level < 5; ++level)
-            fx.window->Combo[static_cast<std::size_t>(level)]->setText(path[level]);
+        fx.typePath(path);
         fx.window->tool_click(QStringLiteral("ID_Gravar"));
         QVERIFY(!fx.window->EmInclusao);
         const QStringList saved = walkOrder(*fx.window->Arvore);
