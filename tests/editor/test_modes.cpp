@@ -4,6 +4,7 @@
 
 #include <QPushButton>
 #include <QTest>
+#include <QToolBar>
 
 using namespace varemo;
 using namespace varemo::test;
@@ -32,23 +33,23 @@ private slots:
         QVERIFY(fx.window->relocate(4, item));
         fx.clearCalls();
         fx.window->tool_click(key);
-        const QString title = fx.desktop.boxes.isEmpty() ? QString() : fx.desktop.boxes[0].title;
         const QString message = fx.window->Status->panelText(StatusBar::Message);
         QCOMPARE(
-            QStringList({fx.window->Modo, message, title,
+            QStringList({fx.window->Modo, message, fx.firstBoxTitle(),
                             fx.window->Movimento[0]->isEnabled() ? QStringLiteral("1") : QStringLiteral("0")})
                 .join(QLatin1Char('|')),
             expected);
     }
 
-    // Escape gives back the fields of the record as they were on entry.
-    void cancelRestores_data()
+    // Escape while a record is open cancels without asking and gives back the fields as
+    // they were on entry.
+    void escapeCancelsAndRestores_data()
     {
         QTest::addColumn<QString>("key");
         QTest::newRow("insert") << QStringLiteral("ID_Incluir");
         QTest::newRow("edit") << QStringLiteral("ID_Alterar");
     }
-    void cancelRestores()
+    void escapeCancelsAndRestores()
     {
         QFETCH(QString, key);
         LoadedContas fx;
@@ -56,9 +57,15 @@ private slots:
         fx.window->PreencheCampos();
         const QString name = fx.window->Combo[4]->text();
         fx.window->tool_click(key);
+        QVERIFY(fx.window->EmInclusao || fx.window->EmAlteracao);
         fx.window->Combo[4]->setText(QStringLiteral("Rascunho"));
+        fx.clearCalls();
         QVERIFY(fx.window->Form_KeyDown(Qt::Key_Escape));
+        QVERIFY(fx.desktop.boxes.isEmpty());
+        QVERIFY(fx.state.database);
         QVERIFY(!fx.window->EmInclusao && !fx.window->EmAlteracao);
+        QCOMPARE(fx.window->Modo, QStringLiteral("Visualizar"));
+        QVERIFY(!fx.window->Barra1->isHidden() && fx.window->Barra2->isHidden());
         QCOMPARE(fx.window->Combo[4]->text(), name);
         QVERIFY(fx.window->Movimento[0]->isEnabled() || fx.window->Movimento[2]->isEnabled());
     }

@@ -6,7 +6,6 @@
 #include <QAction>
 #include <QMenu>
 #include <QTest>
-#include <QToolBar>
 
 using varemo::Contas;
 using varemo::StatusBar;
@@ -92,6 +91,10 @@ private slots:
 
         fx.window->tool_click(QStringLiteral("ID_Relatorios"));
         QVERIFY(fx.window->reportsVisible());
+        fx.clearCalls();
+        actionsNamed(*fx.window, key)[0]->hover();
+        QCOMPARE(fx.desktop.sounds, QList<int> {6});
+        QCOMPARE(actionsNamed(*fx.window, key)[0]->toolTip(), report);
         QCOMPARE(fx.window->tooltip_for(key), report);
         QCOMPARE(fx.window->Status->panelText(StatusBar::Message), report);
 
@@ -141,25 +144,37 @@ private slots:
         QVERIFY(fx.state.database);
     }
 
-    void helpCommandsOpenTheirTopics_data()
+    // What each command asks of the desktop, after the click sound every command plays.
+    void commandsReachTheDesktop_data()
     {
         QTest::addColumn<QString>("key");
-        QTest::addColumn<int>("context");
-        QTest::newRow("program help") << QStringLiteral("ID_AjudadoPrograma") << 0;
-        QTest::newRow("contents") << QStringLiteral("ID_ConteúdoeÍndice") << 0;
-        QTest::newRow("search") << QStringLiteral("ID_LocalizarnaAjuda") << 900;
-        QTest::newRow("check new") << QStringLiteral("ID_Checarnova") << 30010;
-        QTest::newRow("new version") << QStringLiteral("ID_Novaversão") << 30010;
-        QTest::newRow("local, nothing focused") << QStringLiteral("ID_Oqueé") << 0;
+        QTest::addColumn<QString>("calls");
+        QTest::newRow("program help") << QStringLiteral("ID_AjudadoPrograma") << "help 0 sound 7";
+        QTest::newRow("contents") << QStringLiteral("ID_ConteúdoeÍndice") << "help 0 sound 7";
+        QTest::newRow("search") << QStringLiteral("ID_LocalizarnaAjuda") << "help 900 sound 7";
+        QTest::newRow("check new") << QStringLiteral("ID_Checarnova") << "help 30010 sound 7";
+        QTest::newRow("new version") << QStringLiteral("ID_Novaversão") << "help 30010 sound 7";
+        QTest::newRow("local, nothing focused") << QStringLiteral("ID_Oqueé") << "help 0 sound 7";
+        QTest::newRow("about box") << QStringLiteral("ID_SobreoPrograma") << "modal Sobre sound 7";
+        QTest::newRow("mail") << QStringLiteral("ID_EnviarMail") << "mail 1 sound 7";
     }
-    void helpCommandsOpenTheirTopics()
+    void commandsReachTheDesktop()
     {
         QFETCH(QString, key);
-        QFETCH(int, context);
+        QFETCH(QString, calls);
         LoadedContas fx;
         fx.clearCalls();
-        fx.window->tool_click(key);
-        QCOMPARE(fx.desktop.helpContexts, QList<int> {context});
+        fx.window->action(key)->trigger();
+        QStringList seen;
+        for (int context : fx.desktop.helpContexts)
+            seen << QStringLiteral("help %1").arg(context);
+        for (const QString& name : fx.desktop.modalWindows)
+            seen << QStringLiteral("modal ") + name;
+        if (fx.desktop.mailsSent)
+            seen << QStringLiteral("mail %1").arg(fx.desktop.mailsSent);
+        for (int sound : fx.desktop.sounds)
+            seen << QStringLiteral("sound %1").arg(sound);
+        QCOMPARE(seen.join(QLatin1Char(' ')), calls);
     }
 
     void localHelpFollowsTheFocusedControl_data()
@@ -186,66 +201,30 @@ private slots:
         QCOMPARE(fx.desktop.helpContexts, (QList<int> {context, context}));
     }
 
-    void aboutBoxIsShownModally()
-    {
-        LoadedContas fx;
-        fx.clearCalls();
-        fx.window->tool_click(QStringLiteral("ID_SobreoPrograma"));
-        QCOMPARE(fx.desktop.modalWindows, QStringList {QStringLiteral("Sobre")});
-    }
-
-    void mailGoesThroughTheDesktop()
-    {
-        LoadedContas fx;
-        fx.clearCalls();
-        fx.window->action(QStringLiteral("ID_EnviarMail"))->trigger();
-        QCOMPARE(fx.desktop.mailsSent, 1);
-        QCOMPARE(fx.desktop.sounds, QList<int> {7});
-    }
-
-    void hoveringPlaysSound6AndShowsTheTooltip()
-    {
-        LoadedContas fx;
-        fx.clearCalls();
-        fx.window->tool_click(QStringLiteral("ID_Relatorios"));
-        QAction* include = fx.window->action(QStringLiteral("ID_Incluir"));
-        include->hover();
-        QCOMPARE(fx.desktop.sounds, QList<int> {6});
-        QCOMPARE(include->toolTip(), QStringLiteral("Incluir novo relatório"));
-        QCOMPARE(fx.window->Status->panelText(StatusBar::Message), QStringLiteral("Incluir novo relatório"));
-    }
-
-    void choosingAModuleUnloadsThenStartsIt_data()
+    // Sair (0 here) unloads like a module choice but starts nothing.
+    void leavingUnloadsThenStartsTheChoice_data()
     {
         QTest::addColumn<int>("number");
-        QTest::newRow("first") << 1;
-        QTest::newRow("third") << 3;
-        QTest::newRow("last") << 10;
+        QTest::newRow("Sair") << 0;
+        QTest::newRow("first module") << 1;
+        QTest::newRow("third module") << 3;
+        QTest::newRow("last module") << 10;
     }
-    void choosingAModuleUnloadsThenStartsIt()
+    void leavingUnloadsThenStartsTheChoice()
     {
         QFETCH(int, number);
         LoadedContas fx;
+        fx.window->show();
         fx.clearCalls();
-        fx.window->action(QStringLiteral("ID_Modulo%1").arg(number))->trigger();
-        QCOMPARE(fx.desktop.modulesStarted, QList<int> {number});
-        QCOMPARE(fx.desktop.databaseOpenAtStart, QList<bool> {false});
+        fx.window->action(number ? QStringLiteral("ID_Modulo%1").arg(number) : QStringLiteral("ID_Sair"))
+            ->trigger();
+        QCOMPARE(fx.desktop.modulesStarted, number ? QList<int> {number} : QList<int> {});
+        QCOMPARE(fx.desktop.databaseOpenAtStart, number ? QList<bool> {false} : QList<bool> {});
+        QCOMPARE(fx.desktop.placementsSaved, QStringList {QStringLiteral("Plano de Contas")});
         QCOMPARE(fx.state.moduleToStart, 0);
         QVERIFY(!fx.state.database);
         QVERIFY(fx.window->isHidden());
         QVERIFY(!fx.window->Nivel[0]);
-    }
-
-    void sairUnloadsAndStartsNothing()
-    {
-        LoadedContas fx;
-        fx.window->show();
-        fx.clearCalls();
-        fx.window->tool_click(QStringLiteral("ID_Sair"));
-        QVERIFY(!fx.state.database);
-        QVERIFY(fx.window->isHidden());
-        QVERIFY(fx.desktop.modulesStarted.isEmpty());
-        QCOMPARE(fx.desktop.placementsSaved, QStringList {QStringLiteral("Plano de Contas")});
     }
 
     void unloadRunsOnce()
@@ -284,29 +263,6 @@ private slots:
         QCOMPARE(!fx.state.database, closes);
     }
 
-    void escapeWhileChangingCancelsWithoutAsking_data()
-    {
-        QTest::addColumn<bool>("inserting");
-        QTest::newRow("insert") << true;
-        QTest::newRow("edit") << false;
-    }
-    void escapeWhileChangingCancelsWithoutAsking()
-    {
-        QFETCH(bool, inserting);
-        LoadedContas fx;
-        fx.window->EmInclusao = inserting;
-        fx.window->EmAlteracao = !inserting;
-        fx.window->setBands(false);
-        fx.window->MenuBotao(inserting ? QStringLiteral("Inserir") : QStringLiteral("Alterar"));
-        fx.clearCalls();
-        QVERIFY(fx.window->Form_KeyDown(Qt::Key_Escape));
-        QVERIFY(fx.desktop.boxes.isEmpty());
-        QVERIFY(!fx.window->EmInclusao && !fx.window->EmAlteracao);
-        QCOMPARE(fx.window->Modo, QStringLiteral("Visualizar"));
-        QVERIFY(!fx.window->Barra1->isHidden() && fx.window->Barra2->isHidden());
-        QVERIFY(fx.state.database);
-    }
-
     void menuBotaoFollowsTheMode_data()
     {
         QTest::addColumn<QString>("mode");
@@ -338,39 +294,35 @@ private slots:
             QVERIFY(fx.window->menu(QStringLiteral("ID_Editar"))->actions().contains(fx.window->action(key)));
     }
 
+    // An archive company keeps the record tools off whatever command ran last.
     void archiveKeepsRecordToolsOff_data()
     {
+        QTest::addColumn<bool>("archive");
         QTest::addColumn<QString>("key");
-        QTest::newRow("view") << QStringLiteral("ID_Setor");
-        QTest::newRow("reports") << QStringLiteral("ID_Relatorios");
-        QTest::newRow("mail") << QStringLiteral("ID_EnviarMail");
-        QTest::newRow("cancel") << QStringLiteral("ID_Cancelar");
-        QTest::newRow("unknown") << QStringLiteral("ID_Nada");
+        QTest::newRow("ordinary company") << false << QStringLiteral("ID_Setor");
+        QTest::newRow("view") << true << QStringLiteral("ID_Setor");
+        QTest::newRow("reports") << true << QStringLiteral("ID_Relatorios");
+        QTest::newRow("mail") << true << QStringLiteral("ID_EnviarMail");
+        QTest::newRow("cancel") << true << QStringLiteral("ID_Cancelar");
+        QTest::newRow("unknown") << true << QStringLiteral("ID_Nada");
     }
     void archiveKeepsRecordToolsOff()
     {
+        QFETCH(bool, archive);
         QFETCH(QString, key);
-        LoadedContas fx({QStringLiteral("UPDATE DadosEmpresa SET Morto = 1")});
+        LoadedContas fx({QStringLiteral("UPDATE DadosEmpresa SET Morto = %1").arg(int(archive))});
         QVERIFY(fx.loaded);
-        QVERIFY(fx.state.archiveMode);
+        QVERIFY(fx.state.mainWindowReady);
+        QCOMPARE(fx.state.archiveMode, archive);
         QCOMPARE(fx.window->windowTitle(),
-            QStringLiteral("Plano de Contas - Padaria Teste Ltda   [Arq. Mortos Carregados]"));
+            QStringLiteral("Plano de Contas - Padaria Teste Ltda")
+                + (archive ? QStringLiteral("   [Arq. Mortos Carregados]") : QString()));
+        QCOMPARE(fx.window->Status->panelText(StatusBar::User), QStringLiteral("Usuário: "));
         fx.window->tool_click(key);
         fx.window->MenuBotao(QStringLiteral("Visualizar"));
         for (const QString& record : RecordKeys)
-            QVERIFY2(!fx.window->action(record)->isEnabled(), qPrintable(record));
+            QVERIFY2(fx.window->action(record)->isEnabled() != archive, qPrintable(record));
         QVERIFY(fx.window->action(QStringLiteral("ID_Filtrar"))->isEnabled());
-    }
-
-    void ordinaryCompanyHasNoArchiveCaption()
-    {
-        LoadedContas fx;
-        QVERIFY(fx.loaded);
-        QCOMPARE(fx.window->windowTitle(), QStringLiteral("Plano de Contas - Padaria Teste Ltda"));
-        for (const QString& record : RecordKeys)
-            QVERIFY(fx.window->action(record)->isEnabled());
-        QCOMPARE(fx.window->Status->panelText(StatusBar::User), QStringLiteral("Usuário: "));
-        QVERIFY(fx.state.mainWindowReady);
     }
 };
 
