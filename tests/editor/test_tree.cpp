@@ -86,6 +86,13 @@ private slots:
         QTRY_VERIFY(fx.window->node(QStringLiteral("5N3"))->isExpanded());
         QVERIFY(fx.window->node(QStringLiteral("2N0"))->isExpanded());
         QVERIFY(!fx.window->node(QStringLiteral("1N0"))->isExpanded());
+        // Of the selectors only the category list is filled; the saved reports are listed.
+        QCOMPARE(fx.window->Combo[0]->names(),
+            (QStringList {QStringLiteral("Despesas"), QStringLiteral("Receitas"), QStringLiteral("Vazia")}));
+        for (std::size_t level = 1; level < 5; ++level)
+            QCOMPARE(fx.window->Combo[level]->count(), 0);
+        QCOMPARE(fx.window->Relatos->count(), 1);
+        QCOMPARE(fx.window->Relatos->item(0)->text(), QStringLiteral("Resultado Mensal"));
     }
 
     void siblingsAreInNameOrder_data()
@@ -193,25 +200,18 @@ private slots:
         QTest::addColumn<QString>("parent");
         QTest::addColumn<QStringList>("names");
         QTest::addColumn<QString>("message");
-        QTest::newRow("sectors") << 1 << QStringLiteral(" Despesas ")
-                                 << QStringList {QStringLiteral("Despesas Administrativas"),
-                                        QStringLiteral("Despesas Fornecedores")}
-                                 << QString();
-        QTest::newRow("groups") << 2 << QStringLiteral("Despesas Administrativas")
-                                << QStringList {QStringLiteral("Ocupação")} << QString();
-        QTest::newRow("items") << 4 << QStringLiteral("Aluguel e condomínio")
-                               << QStringList {QStringLiteral("Aluguel da loja"),
-                                      QStringLiteral("Condomínio")}
-                               << QString();
-        QTest::newRow("unknown category")
-            << 1 << QStringLiteral("Nada") << QStringList {QStringLiteral("antes")}
-            << QStringLiteral("Categoria não encontrada");
-        QTest::newRow("unknown sector")
-            << 2 << QStringLiteral("Nada") << QStringList {QStringLiteral("antes")}
-            << QStringLiteral("Depto. não encontrado");
-        QTest::newRow("unknown account")
-            << 4 << QStringLiteral("Nada") << QStringList {QStringLiteral("antes")}
-            << QStringLiteral("Conta não encontrada");
+        const auto row = [](const char* tag, int level, const char* parent, const char* names,
+                             const char* message = "") {
+            QTest::newRow(tag) << level << QString::fromUtf8(parent) << QString::fromUtf8(names).split(u'|')
+                               << QString::fromUtf8(message);
+        };
+        row("sectors", 1, " Despesas ", "Despesas Administrativas|Despesas Fornecedores");
+        row("groups", 2, "Despesas Administrativas", "Ocupação");
+        row("items", 4, "Aluguel e condomínio", "Aluguel da loja|Condomínio");
+        // The list keeps what it had when the name above is unknown.
+        row("unknown category", 1, "Nada", "antes", "Categoria não encontrada");
+        row("unknown sector", 2, "Nada", "antes", "Depto. não encontrado");
+        row("unknown account", 4, "Nada", "antes", "Conta não encontrada");
     }
     void selectorFollowsTheNameAbove()
     {
@@ -241,17 +241,6 @@ private slots:
         QVERIFY(!fx.desktop.boxes.isEmpty());
         QVERIFY(fx.desktop.boxes.last().prompt.contains(
             QStringLiteral("Rotina em que houve o erro: Erro ao Abrir Programa")));
-    }
-
-    void loadFillsOnlyTheCategoryList()
-    {
-        LoadedContas fx;
-        QCOMPARE(fx.window->Combo[0]->names(),
-            (QStringList {QStringLiteral("Despesas"), QStringLiteral("Receitas"), QStringLiteral("Vazia")}));
-        for (int level = 1; level < 5; ++level)
-            QCOMPARE(fx.window->Combo[static_cast<std::size_t>(level)]->count(), 0);
-        QCOMPARE(fx.window->Relatos->count(), 1);
-        QCOMPARE(fx.window->Relatos->item(0)->text(), QStringLiteral("Resultado Mensal"));
     }
 };
 
