@@ -53,32 +53,29 @@ private slots:
     {
         QTest::addColumn<QStringList>("arguments");
         QTest::addColumn<bool>("valid");
-        const QStringList period {"--de", "01-03-2026", "--ate", "31-03-2026", "--pdf", "/tmp/r.pdf"};
-        QTest::newRow("plano") << QStringList {"relatorio", "plano", "--nivel", "3", "--pdf", "/tmp/p.pdf"}
-                               << true;
-        QTest::newRow("plano level 5")
-            << QStringList {"relatorio", "plano", "--nivel", "5", "--pdf", "o.pdf"} << false;
-        QTest::newRow("plano without level") << QStringList {"relatorio", "plano", "--pdf", "o.pdf"} << false;
-        QTest::newRow("plano without pdf") << QStringList {"relatorio", "plano", "--nivel", "2"} << false;
-        QTest::newRow("personalizado")
-            << QStringList {"relatorio", "personalizado", "Resultado Mensal"} + period << true;
-        QTest::newRow("personalizado without name")
-            << QStringList {"relatorio", "personalizado"} + period << false;
-        QTest::newRow("personalizado, impossible date") << QStringList {"relatorio", "personalizado", "R",
-            "--de", "31-02-2026", "--ate", "31-03-2026", "--pdf", "o"}
-                                                        << false;
-        QTest::newRow("personalizado, month first") << QStringList {"relatorio", "personalizado", "R", "--de",
-            "03-31-2026", "--ate", "31-03-2026", "--pdf", "o"}
-                                                    << false;
-        QTest::newRow("personalizado, reversed period") << QStringList {"relatorio", "personalizado", "R",
-            "--de", "01-04-2026", "--ate", "31-03-2026", "--pdf", "o"}
-                                                        << false;
-        QTest::newRow("personalizado does not take --nivel")
-            << QStringList {"relatorio", "personalizado", "R", "--nivel", "2"} + period << false;
-        QTest::newRow("spreadsheet alone")
-            << QStringList {"relatorio", "plano", "--nivel", "1", "--xlsx", "p.xlsx"} << true;
-        QTest::newRow("unknown report") << QStringList {"relatorio", "balanco", "--pdf", "o.pdf"} << false;
-        QTest::newRow("no report") << QStringList {"relatorio"} << false;
+        const auto row = [](const char* tag, const char* arguments, bool valid) {
+            QTest::newRow(tag) << QString::fromLatin1(arguments).split(u' ') << valid;
+        };
+        const QString period = QStringLiteral(" --de 01-03-2026 --ate 31-03-2026 --pdf /tmp/r.pdf");
+        const auto withPeriod = [&period](const char* tag, const char* arguments, bool valid) {
+            QTest::newRow(tag) << (QString::fromLatin1(arguments) + period).split(u' ') << valid;
+        };
+        row("plano", "relatorio plano --nivel 3 --pdf /tmp/p.pdf", true);
+        row("plano level 5", "relatorio plano --nivel 5 --pdf o.pdf", false);
+        row("plano without level", "relatorio plano --pdf o.pdf", false);
+        row("plano without pdf", "relatorio plano --nivel 2", false);
+        withPeriod("personalizado", "relatorio personalizado Resultado", true);
+        withPeriod("personalizado without name", "relatorio personalizado", false);
+        row("personalizado, impossible date",
+            "relatorio personalizado R --de 31-02-2026 --ate 31-03-2026 --pdf o", false);
+        row("personalizado, month first",
+            "relatorio personalizado R --de 03-31-2026 --ate 31-03-2026 --pdf o", false);
+        row("personalizado, reversed period",
+            "relatorio personalizado R --de 01-04-2026 --ate 31-03-2026 --pdf o", false);
+        withPeriod("personalizado does not take --nivel", "relatorio personalizado R --nivel 2", false);
+        row("spreadsheet alone", "relatorio plano --nivel 1 --xlsx p.xlsx", true);
+        row("unknown report", "relatorio balanco --pdf o.pdf", false);
+        row("no report", "relatorio", false);
     }
 
     void reports()

@@ -1,5 +1,6 @@
 #include "app/errorlog.h"
 #include "app/state.h"
+#include "support/company.h"
 #include "support/fakedesktop.h"
 #include "support/testregistry.h"
 
@@ -10,17 +11,7 @@
 
 using namespace varemo;
 
-namespace {
-
 const QDateTime November5(QDate(2025, 11, 5), QTime(9, 7, 41));
-
-QByteArray readAll(const QString& path)
-{
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
-}
-
-} // namespace
 
 class TestErrorLog : public QObject {
     Q_OBJECT
@@ -58,11 +49,11 @@ private slots:
                                   "Descri\xE7\xE3o: Nenhum registro corrente.\r\n"
                                   "\r\n";
         const QByteArray header = "***** NAO APAGUE AS LINHAS ABAIXO *****\r\n\r\n";
-        QCOMPARE(readAll(logPath()), header + record);
+        QCOMPARE(test::readFile(logPath()), header + record);
 
         logError(m_state, m_desktop, rotina::Movimento, QStringLiteral("Nenhum registro corrente."), 3021,
             November5);
-        QCOMPARE(readAll(logPath()), header + record + record);
+        QCOMPARE(test::readFile(logPath()), header + record + record);
 
         QCOMPARE(m_desktop.sounds, (QList<int> {1, 1}));
         QCOMPARE(m_desktop.boxes.size(), 2);
@@ -92,7 +83,7 @@ private slots:
         QFETCH(QString, description);
         QFETCH(QByteArray, bytes);
         logError(m_state, m_desktop, rotina::TreeView, description, 5, November5);
-        const QByteArray file = readAll(logPath());
+        const QByteArray file = test::readFile(logPath());
         QVERIFY2(file.contains("Descri\xE7\xE3o: " + bytes + "\r\n\r\n"), file.constData());
     }
 

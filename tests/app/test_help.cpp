@@ -88,12 +88,6 @@ private slots:
                     .endsWith(QStringLiteral("/Ajuda/") + help::helpFileName(context)));
     }
 
-    void boundaryBetweenFiles()
-    {
-        QCOMPARE(help::helpFileName(30000), QStringLiteral("Contas.qch"));
-        QCOMPARE(help::helpFileName(30001), QStringLiteral("Sobre o Sistema.qch"));
-    }
-
     void everyLinkResolves_data()
     {
         QTest::addColumn<QUrl>("pageUrl");

@@ -13,13 +13,6 @@ using namespace varemo;
 
 namespace {
 
-void writeFile(const QString& path, const QByteArray& bytes)
-{
-    QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
-    file.write(bytes);
-}
-
 void addRow(const char* tag, const char* breakage, const QString& prompt, int buttons, const QString& title)
 {
     QTest::newRow(tag) << QString::fromLatin1(breakage) << prompt << buttons << title;
@@ -73,13 +66,13 @@ private slots:
         if (breakage == QLatin1String("caminho"))
             QVERIFY(QFile::remove(caminho));
         else if (breakage == QLatin1String("separator"))
-            writeFile(caminho, company.dataFolder().chopped(1).toUtf8() + "\r\n");
+            test::writeFile(caminho, company.dataFolder().chopped(1).toUtf8() + "\r\n");
         else if (breakage == QLatin1String("ini"))
             QVERIFY(QFile::remove(company.dataFolder() + QStringLiteral("Empresa.ini")));
         else if (breakage == QLatin1String("garbage"))
-            writeFile(company.databasePath(), QByteArray(8192, 'x'));
+            test::writeFile(company.databasePath(), QByteArray(8192, 'x'));
         else if (breakage == QLatin1String("empty"))
-            writeFile(company.databasePath(), QByteArray());
+            test::writeFile(company.databasePath(), QByteArray());
         else
             QVERIFY(QFile::remove(company.databasePath()));
         if (breakage == QLatin1String("foreign")) {
@@ -162,7 +155,7 @@ private slots:
             line.clear();
             expected.clear();
         }
-        writeFile(company.programFolder() + QStringLiteral("Caminho.dad"), line);
+        test::writeFile(company.programFolder() + QStringLiteral("Caminho.dad"), line);
         QVERIFY(QDir::setCurrent(fromDataFolder ? company.dataFolder() : company.root()));
 
         AppState state;
