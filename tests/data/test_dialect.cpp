@@ -14,12 +14,7 @@ namespace dialect = varemo::dialect;
 
 namespace {
 
-const QString join4 = QStringLiteral(
-    "SELECT * FROM ((((NivelCategoria4 "
-    "LEFT JOIN NivelCategoria3 ON NivelCategoria3.Codigo = NivelCategoria4.CodigoCategoria3) "
-    "LEFT JOIN NivelCategoria2 ON NivelCategoria2.Codigo = NivelCategoria3.CodigoCategoria2) "
-    "LEFT JOIN NivelCategoria1 ON NivelCategoria1.Codigo = NivelCategoria2.CodigoCategoria1) "
-    "LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = NivelCategoria1.CodigoCategoria0) ");
+const QString join4 = varemo::test::itemChainJoin();
 const QString order4
     = QStringLiteral("ORDER BY NivelCategoria0.Nome, NivelCategoria1.Nome, NivelCategoria2.Nome, "
                      "NivelCategoria3.Nome, NivelCategoria4.Nome ;");

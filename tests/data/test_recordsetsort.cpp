@@ -10,12 +10,7 @@ using varemo::test::TestCompany;
 
 namespace {
 
-const QString itemsJoin = QStringLiteral(
-    "SELECT * FROM ((((NivelCategoria4 "
-    "LEFT JOIN NivelCategoria3 ON NivelCategoria3.Codigo = NivelCategoria4.CodigoCategoria3) "
-    "LEFT JOIN NivelCategoria2 ON NivelCategoria2.Codigo = NivelCategoria3.CodigoCategoria2) "
-    "LEFT JOIN NivelCategoria1 ON NivelCategoria1.Codigo = NivelCategoria2.CodigoCategoria1) "
-    "LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = NivelCategoria1.CodigoCategoria0) ");
+const QString itemsJoin = varemo::test::itemChainJoin();
 
 const QStringList itemOrder = {QStringLiteral("NivelCategoria0.Nome"), QStringLiteral("NivelCategoria1.Nome"),
     QStringLiteral("NivelCategoria2.Nome"), QStringLiteral("NivelCategoria3.Nome"),

@@ -32,12 +32,7 @@ private slots:
     {
         QTest::addColumn<QString>("actual");
         QTest::addColumn<QString>("expected");
-        const QString chain = QStringLiteral(
-            "SELECT * FROM ((((NivelCategoria4 LEFT JOIN NivelCategoria3 ON NivelCategoria3.Codigo = "
-            "NivelCategoria4.CodigoCategoria3) LEFT JOIN NivelCategoria2 ON NivelCategoria2.Codigo = "
-            "NivelCategoria3.CodigoCategoria2) LEFT JOIN NivelCategoria1 ON NivelCategoria1.Codigo = "
-            "NivelCategoria2.CodigoCategoria1) LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = "
-            "NivelCategoria1.CodigoCategoria0) ");
+        const QString chain = test::itemChainJoin();
         QTest::newRow("marcador Not Like") << search::markerSql(1, QStringLiteral("Not Like"),
             QStringLiteral("a b")) << chain + QStringLiteral("WHERE NivelCategoria1.Nome Not Like '*a b*';");
         const auto plan

@@ -209,6 +209,16 @@ void TestCompany::closeSql()
     QSqlDatabase::removeDatabase(m_connection);
 }
 
+QString itemChainJoin()
+{
+    return QStringLiteral(
+        "SELECT * FROM ((((NivelCategoria4 "
+        "LEFT JOIN NivelCategoria3 ON NivelCategoria3.Codigo = NivelCategoria4.CodigoCategoria3) "
+        "LEFT JOIN NivelCategoria2 ON NivelCategoria2.Codigo = NivelCategoria3.CodigoCategoria2) "
+        "LEFT JOIN NivelCategoria1 ON NivelCategoria1.Codigo = NivelCategoria2.CodigoCategoria1) "
+        "LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = NivelCategoria1.CodigoCategoria0) ");
+}
+
 QByteArray readFile(const QString& path)
 {
     QFile file(path);

@@ -45,6 +45,9 @@ private:
     QString m_connection;
 };
 
+// The items joined to their four levels above, as the item page reads them; ends in a blank.
+QString itemChainJoin();
+
 // Whole files, for tests that read or damage an installation's files. A file that cannot be
 // written stops the run; one that cannot be read reads empty.
 QByteArray readFile(const QString& path);
