@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <atomic>
 #include <sqlite3.h>
+#include <unordered_set>
 
 namespace varemo {
 
@@ -41,7 +42,56 @@ QString textAt(sqlite3_stmt* statement, int column)
     return data ? QString(data, bytes / 2) : QString();
 }
 
-QVariant valueAt(sqlite3_stmt* statement, int column, Kind kind)
+// Equal texts of one column come back as one shared string: a join repeats every ancestor's
+// name on each row below it, tens of thousands of copies of a few thousand names otherwise.
+// A column of mostly different texts (the items' own names) soon stops being pooled.
+class TextPool {
+public:
+    QString take(sqlite3_stmt* statement, int column)
+    {
+        const auto* data = static_cast<const QChar*>(sqlite3_column_text16(statement, column));
+        const int bytes = sqlite3_column_bytes16(statement, column);
+        if (!data || bytes == 0)
+            return textAt(statement, column);
+        const QStringView text(data, bytes / 2);
+        // Rows under one parent come together: the text of the row before needs no look-up.
+        if (m_hasLast && QStringView(m_last) == text)
+            return m_last;
+        if (!m_pooling) {
+            m_last = text.toString();
+        } else {
+            ++m_seen;
+            auto found = m_texts.find(text);
+            if (found == m_texts.end())
+                found = m_texts.insert(text.toString()).first;
+            m_last = *found;
+            if (m_seen >= MinimumSample && static_cast<qsizetype>(m_texts.size()) * 2 > m_seen) {
+                m_pooling = false;
+                m_texts = {};
+            }
+        }
+        m_hasLast = true;
+        return m_last;
+    }
+
+private:
+    static constexpr qsizetype MinimumSample = 1024;
+    struct Hash {
+        using is_transparent = void;
+        std::size_t operator()(QStringView text) const noexcept { return qHash(text); }
+    };
+    struct Equal {
+        using is_transparent = void;
+        bool operator()(QStringView a, QStringView b) const noexcept { return a == b; }
+    };
+    std::unordered_set<QString, Hash, Equal> m_texts;
+    QString m_last;
+    bool m_hasLast = false;
+    bool m_pooling = true;
+    qsizetype m_seen = 0;
+};
+
+QVariant valueAt(sqlite3_stmt* statement, int column, Kind kind, TextPool& pool)
 {
     switch (sqlite3_column_type(statement, column)) {
     case SQLITE_NULL:
@@ -65,6 +115,8 @@ QVariant valueAt(sqlite3_stmt* statement, int column, Kind kind)
     default:
         break;
     }
+    if (kind == Kind::Plain)
+        return QVariant(pool.take(statement, column));
     const QString text = textAt(statement, column);
     if (kind == Kind::Date) {
         const QDate date = QDate::fromString(text.left(10), Qt::ISODate);
@@ -224,6 +276,7 @@ QueryResult Database::Private::query(
     QueryResult result;
     const int width = sqlite3_column_count(stmt);
     std::vector<Kind> kinds(static_cast<size_t>(width));
+    std::vector<TextPool> pools(static_cast<size_t>(width));
     for (int c = 0; c < width; ++c) {
         kinds[static_cast<size_t>(c)] = kindOf(sqlite3_column_decltype(stmt, c));
         result.names << columnText(sqlite3_column_name(stmt, c));
@@ -239,7 +292,7 @@ QueryResult Database::Private::query(
         Row row;
         row.reserve(width);
         for (int c = 0; c < width; ++c)
-            row.append(valueAt(stmt, c, kinds[static_cast<size_t>(c)]));
+            row.append(valueAt(stmt, c, kinds[static_cast<size_t>(c)], pools[static_cast<size_t>(c)]));
         result.rows.append(std::move(row));
         if (firstRowOnly)
             break;

@@ -58,6 +58,12 @@ public:
     // far quicker than the engine comparing every pair of a big join through the collation.
     // The current record becomes the first.
     void sortByText(const QStringList& fields);
+    // Puts `row` (the recordset's columns, read apart: the source narrowed to one key) in
+    // place of the row holding the same `keyField` value, or adds it, where a requery in the
+    // order of sortByText would put it, and makes it current. False, with nothing changed,
+    // when that place is not certain: no such order, a row equal on every ordering field, or
+    // the key on more than one row. Far cheaper than a requery when one row changed.
+    bool placeRow(const QString& keyField, const QList<QVariant>& row);
 
     EditMode editMode() const;
     void addNew();

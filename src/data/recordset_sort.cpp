@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <numeric>
+#include <optional>
 #include <vector>
 
 namespace varemo {
@@ -59,6 +60,21 @@ std::vector<int> ranksOf(const QList<Row>& rows, int column)
     return ranks;
 }
 
+// A cell's text as the ranks compare it: Null before every text.
+std::optional<QString> foldedCell(const QVariant& value)
+{
+    if (!value.isValid())
+        return std::nullopt;
+    return dialect::foldKey(value.toString());
+}
+
+int compareFolded(const std::optional<QString>& a, const std::optional<QString>& b)
+{
+    if (!a || !b)
+        return (a ? 1 : 0) - (b ? 1 : 0);
+    return a->compare(*b);
+}
+
 } // namespace
 
 void Recordset::Private::applyTextOrder()
@@ -100,6 +116,66 @@ void Recordset::sortByText(const QStringList& fields)
     d->applyTextOrder();
     d->changed();
     d->go(0);
+}
+
+bool Recordset::placeRow(const QString& keyField, const QList<QVariant>& row)
+{
+    d->checkOpen();
+    const int key = d->column(keyField);
+    if (d->textOrder.isEmpty() || row.size() != d->fields.size() || !row.at(key).isValid())
+        return false;
+    qsizetype old = -1;
+    for (qsizetype i = 0; i < d->rows.size(); ++i) {
+        if (d->rows.at(i).at(key) == row.at(key)) {
+            if (old >= 0)
+                return false;
+            old = i;
+        }
+    }
+    std::vector<std::optional<QString>> wanted;
+    for (const int column : std::as_const(d->textOrder))
+        wanted.push_back(foldedCell(row.at(column)));
+    // The rows as they stay around the placed one: the old copy is left out.
+    const qsizetype count = d->rows.size() - (old >= 0 ? 1 : 0);
+    const auto compareAt = [this, old, &wanted](qsizetype place) {
+        const Row& other = d->rows.at(old >= 0 && place >= old ? place + 1 : place);
+        for (qsizetype k = 0; k < d->textOrder.size(); ++k) {
+            const int order = compareFolded(
+                foldedCell(other.at(d->textOrder.at(k))), wanted[static_cast<std::size_t>(k)]);
+            if (order != 0)
+                return order;
+        }
+        return 0;
+    };
+    qsizetype low = 0;
+    qsizetype high = count;
+    while (low < high) {
+        const qsizetype middle = low + (high - low) / 2;
+        if (compareAt(middle) < 0)
+            low = middle + 1;
+        else
+            high = middle;
+    }
+    // Rows equal on every field keep the engine's own order, which only a requery knows.
+    if (low < count && compareAt(low) == 0)
+        return false;
+    qint64 id = 0;
+    if (old >= 0) {
+        id = d->ids.at(old);
+        d->rows.removeAt(old);
+        d->ids.removeAt(old);
+    } else if (!d->translation.rowidColumn.isEmpty()) {
+        return false; // a table's new row is known by its rowid, not read here
+    } else {
+        for (const qint64 other : std::as_const(d->ids))
+            id = qMax(id, other);
+        ++id;
+    }
+    d->rows.insert(low, row);
+    d->ids.insert(low, id);
+    d->changed();
+    d->go(static_cast<int>(low));
+    return true;
 }
 
 } // namespace varemo
