@@ -132,6 +132,8 @@ int runReport(const CommandLine& line, int argc, char** argv)
     std::optional<reports::Table> table;
     try {
         table = buildTable(line, *state.database);
+        if (table)
+            table->company = state.companyName.trimmed().toUpper();
     } catch (const JetError& error) {
         say(QStringLiteral("Erro %1 ao ler a empresa: %2").arg(error.number()).arg(error.description()));
     }

@@ -202,15 +202,37 @@ std::optional<Table> buildRelPersonal(Database& database, const QStringList& ent
 
     std::vector<Line>& out = table.lines;
     std::array<QString, 4> previous;
-    std::vector<std::pair<int, int>> conta, income, expenses;
-    double contaSum = 0, incomeSum = 0, expenseSum = 0;
-    const auto closeConta = [&] {
-        // an account with a single item is its own sum
-        if (conta.size() >= 2)
-            out.push_back({Line::Kind::Sum, 3, QStringLiteral("Soma da Conta ") + previous[3], std::nullopt,
-                contaSum, conta});
-        conta.clear();
-        contaSum = 0;
+    std::vector<std::pair<int, int>> income, expenses;
+    double incomeSum = 0, expenseSum = 0;
+    // What each open group sums: a Conta its details, a Grupo its accounts' sums (or the
+    // single item of an account that has no sum line), a Setor its groups, a Categoria its
+    // sectors, so a spreadsheet gets short formulas that follow the printed structure.
+    std::array<std::vector<std::pair<int, int>>, 4> members;
+    std::array<double, 4> sums {};
+    static const std::array<QString, 3> totalLabels {QStringLiteral("Total da Categoria "),
+        QStringLiteral("Total do Setor "), QStringLiteral("Total do Grupo ")};
+    const auto close = [&](int level) {
+        int row = -1;
+        if (level == 3) {
+            // an account with a single item is its own sum
+            if (members[3].size() >= 2) {
+                row = int(out.size());
+                out.push_back({Line::Kind::Sum, 3, QStringLiteral("Soma da Conta ") + previous[3],
+                    std::nullopt, sums[3], members[3]});
+            } else if (members[3].size() == 1) {
+                row = members[3].front().first;
+            }
+        } else {
+            row = int(out.size());
+            out.push_back({Line::Kind::Sum, level, totalLabels[size_t(level)] + previous[size_t(level)],
+                std::nullopt, sums[size_t(level)], members[size_t(level)]});
+        }
+        if (level > 0 && row >= 0) {
+            members[size_t(level - 1)].emplace_back(row, 1);
+            sums[size_t(level - 1)] += sums[size_t(level)];
+        }
+        members[size_t(level)].clear();
+        sums[size_t(level)] = 0;
     };
     for (int index = 0; index < total; ++index) {
         if (progress && index % StepLines == 0 && index > 0 && !progress(index, total))
@@ -224,8 +246,9 @@ std::optional<Table> buildRelPersonal(Database& database, const QStringList& ent
                 changed = level;
         }
         if (changed < 4) {
-            if (index > 0)
-                closeConta();
+            // the groups that end close deepest first, each under its heading's indentation
+            for (int level = 3; index > 0 && level >= changed; --level)
+                close(level);
             for (int level = changed; level < 4; ++level)
                 out.push_back(
                     {Line::Kind::Heading, level, path[size_t(level)], std::nullopt, std::nullopt, {}});
@@ -234,8 +257,8 @@ std::optional<Table> buildRelPersonal(Database& database, const QStringList& ent
         const int row = int(out.size());
         out.push_back(
             withNumbers({Line::Kind::Detail, 4, item.path.item, std::nullopt, std::nullopt, {}}, item.sums));
-        conta.emplace_back(row, 1);
-        contaSum += item.sums.money;
+        members[3].emplace_back(row, 1);
+        sums[3] += item.sums.money;
         if (item.path.categoria == Receitas) {
             income.emplace_back(row, 1);
             incomeSum += item.sums.money;
@@ -244,8 +267,8 @@ std::optional<Table> buildRelPersonal(Database& database, const QStringList& ent
             expenseSum += item.sums.money;
         }
     }
-    if (total > 0)
-        closeConta();
+    for (int level = 3; total > 0 && level >= 0; --level)
+        close(level);
 
     const int incomeLine = int(out.size());
     out.push_back(

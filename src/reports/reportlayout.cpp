@@ -136,15 +136,22 @@ private:
 
     void pageHeader()
     {
-        // title with the first subtitle line beside it, the others below, then the columns
+        // the company with the first subtitle line beside it, the title, the other subtitle
+        // lines, then the columns; without a company the first subtitle sits beside the title
         Band band;
+        qreal top = 0;
+        if (!m_table.company.isEmpty()) {
+            band.texts.push_back({0, m_geometry.width, m_table.company, Qt::AlignLeft, true});
+            m_header.push_back({0, 5, 8.5});
+            top = 6;
+        }
         band.texts.push_back({0, m_geometry.width, m_table.title, Qt::AlignLeft, true});
-        m_header.push_back({0, 7, 13});
-        qreal y = 8;
+        m_header.push_back({top, 7, 13});
+        qreal y = top + 8;
         for (int i = 0; i < m_table.subtitle.size(); ++i) {
             if (i == 0) {
                 band.texts.push_back({0, m_geometry.width, m_table.subtitle[i], Qt::AlignRight});
-                m_header.push_back({0, 7, 8.5});
+                m_header.push_back(top > 0 ? HeaderRow {0, 5, 8.5} : HeaderRow {0, 7, 8.5});
                 continue;
             }
             band.texts.push_back({0, m_geometry.width, m_table.subtitle[i], Qt::AlignLeft, true});

@@ -81,6 +81,7 @@ std::optional<reports::Report> makeReport(
     if (!table || bar.wasCanceled())
         return std::nullopt;
     bar.setValue(90);
+    table->company = state.companyName.trimmed().toUpper();
     reports::Report report {caption, std::move(*table), {}};
     report.document = reports::layoutReport(report.table, reports::a4(landscape));
     bar.setValue(100);

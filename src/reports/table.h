@@ -31,6 +31,7 @@ struct Line {
 };
 
 struct Table {
+    QString company; // the company's name, on top of every page when known
     QString title; // the report header's title
     QStringList subtitle; // lines under the title ("Impresso: ...", "Período: De ...")
     QStringList columns; // the number columns' titles, empty when the report has none

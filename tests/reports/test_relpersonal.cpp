@@ -32,6 +32,13 @@ const QString Zero = QStringLiteral("T0 Total de Receitas 0,00|T0 Total de Despe
                                     "T0 Receitas menos Despesas 0,00");
 const QString Cdb = QStringLiteral("|Receitas Financeiras1N|Vendas Produtos2N|Aplicações3N|  CDB4S  ");
 const QString CdbLines = QStringLiteral("|H1 Receitas Financeiras|H2 Vendas Produtos|H3 Aplicações|D4 CDB");
+// the groups above CDB closing, deepest first
+QString cdbTotals(const QString& categoria, const QString& amount)
+{
+    return QStringLiteral("|S2 Total do Grupo Vendas Produtos %1|S1 Total do Setor Receitas Financeiras %1|"
+                          "S0 Total da Categoria %2 %1|")
+        .arg(amount, categoria);
+}
 
 } // namespace
 
@@ -46,10 +53,11 @@ private slots:
         QTest::newRow("no items") << QString() << Zero;
         QTest::newRow("headings, no item chosen whole") << "Receitas0N|Aplicações3N|CDB4N" << Zero;
         // the sale of CDB counts only under "Receitas"
-        QTest::newRow("another Categoria") << "Outras0N" + Cdb << "H0 Outras" + CdbLines + "|" + Zero;
+        QTest::newRow("another Categoria")
+            << "Outras0N" + Cdb << "H0 Outras" + CdbLines + cdbTotals("Outras", "0,00") + Zero;
         QTest::newRow("income") << "Receitas0N" + Cdb
-                                << "H0 Receitas" + CdbLines
-                + " 1 120,00|T0 Total de Receitas 120,00|T0 Total de Despesas 0,00|T0 Receitas menos "
+                                << "H0 Receitas" + CdbLines + " 1 120,00" + cdbTotals("Receitas", "120,00")
+                + "T0 Total de Receitas 120,00|T0 Total de Despesas 0,00|T0 Receitas menos "
                   "Despesas 120,00";
         // the saved definition: two items in one account, one in the other, expenses only
         QTest::newRow("one and two items in a Conta")
@@ -57,15 +65,20 @@ private slots:
                "Condomínio4S|Energia3S|Conta de luz4S"
             << "H0 Despesas|H1 Despesas Administrativas|H2 Ocupação|H3 Aluguel e condomínio|"
                "D4 Aluguel da loja 1 2.500,00|D4 Condomínio|S3 Soma da Conta Aluguel e condomínio 2.500,00|"
-               "H3 Energia|D4 Conta de luz 1 420,50|T0 Total de Receitas 0,00|T0 Total de Despesas 2.920,50|"
+               "H3 Energia|D4 Conta de luz 1 420,50|S2 Total do Grupo Ocupação 2.920,50|"
+               "S1 Total do Setor Despesas Administrativas 2.920,50|S0 Total da Categoria Despesas 2.920,50|"
+               "T0 Total de Receitas 0,00|T0 Total de Despesas 2.920,50|"
                "T0 Receitas menos Despesas -2.920,50";
         // products under their line; a changed Categoria reopens every heading
         QTest::newRow("products, the same Conta under another Categoria")
             << "Receitas0N|Receitas Clientes1N|Vendas Produtos2N|Pães3N|Pão francês4S|Baguete4S|Despesas0N|"
                "Despesas Fornecedores1N|Fornecedores Produtos2N|Pães3N|Pão francês4S"
             << "H0 Receitas|H1 Receitas Clientes|H2 Vendas Produtos|H3 Pães|D4 Pão francês 140 70,00|"
-               "D4 Baguete 3 24,00|S3 Soma da Conta Pães 94,00|H0 Despesas|H1 Despesas Fornecedores|"
-               "H2 Fornecedores Produtos|H3 Pães|D4 Pão francês|T0 Total de Receitas 94,00|"
+               "D4 Baguete 3 24,00|S3 Soma da Conta Pães 94,00|S2 Total do Grupo Vendas Produtos 94,00|"
+               "S1 Total do Setor Receitas Clientes 94,00|S0 Total da Categoria Receitas 94,00|H0 Despesas|"
+               "H1 Despesas Fornecedores|H2 Fornecedores Produtos|H3 Pães|D4 Pão francês|"
+               "S2 Total do Grupo Fornecedores Produtos 0,00|S1 Total do Setor Despesas Fornecedores 0,00|"
+               "S0 Total da Categoria Despesas 0,00|T0 Total de Receitas 94,00|"
                "T0 Total de Despesas 0,00|T0 Receitas menos Despesas 94,00";
     }
     void lines()
