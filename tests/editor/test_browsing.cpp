@@ -227,27 +227,17 @@ private slots:
         QTest::addColumn<QString>("view");
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("expected"); // level, counter, the level's field
-        QTest::newRow("item") << ""
-                              << "2N4"
-                              << "4 Registro 7/9 Baguete";
-        QTest::newRow("account: its first item") << ""
-                                                 << "3N3"
-                                                 << "4 Registro 5/9 Pão francês";
-        QTest::newRow("category: its first item") << ""
-                                                  << "1N0"
-                                                  << "4 Registro 6/9 Farinha de trigo";
-        QTest::newRow("root does nothing") << ""
-                                           << "NI"
-                                           << "4 Registro 1/9 Aluguel da loja";
-        QTest::newRow("item from the sector page") << "ID_Setor"
-                                                   << "9N4"
-                                                   << "4 Registro 9/9 CDB";
-        QTest::newRow("group: the group page") << "ID_Setor"
-                                               << "4N2"
-                                               << "2 Registro 2/6 Fornecedores Insumos";
-        QTest::newRow("account without items: its page") << ""
-                                                         << "8N3"
-                                                         << "3 Registro 8/8 Sem itens";
+        const auto row = [](const char* tag, const char* view, const char* key, const char* expected) {
+            QTest::newRow(tag) << QString::fromLatin1(view) << QString::fromLatin1(key)
+                               << QString::fromUtf8(expected);
+        };
+        row("item", "", "2N4", "4 Registro 7/9 Baguete");
+        row("account: its first item", "", "3N3", "4 Registro 5/9 Pão francês");
+        row("category: its first item", "", "1N0", "4 Registro 6/9 Farinha de trigo");
+        row("root does nothing", "", "NI", "4 Registro 1/9 Aluguel da loja");
+        row("item from the sector page", "ID_Setor", "9N4", "4 Registro 9/9 CDB");
+        row("group: the group page", "ID_Setor", "4N2", "2 Registro 2/6 Fornecedores Insumos");
+        row("account without items: its page", "", "8N3", "3 Registro 8/8 Sem itens");
     }
     void treeClickMakesTheRowCurrent()
     {
