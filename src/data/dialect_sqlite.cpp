@@ -52,12 +52,24 @@ void likeFunction(sqlite3_context* context, int, sqlite3_value** arguments)
         return;
     }
     try {
-        const QString pattern = textOf(arguments[1]);
-        if (!jettext::likePatternValid(pattern)) {
-            sqlite3_result_error(context, "syntax error in Like pattern", -1);
-            return;
+        // A statement's pattern is usually the same on every row: SQLite keeps the compiled
+        // one beside the argument for as long as the argument does not change.
+        using Compiled = std::shared_ptr<const jettext::CompiledLike>;
+        const auto* cached = static_cast<const Compiled*>(sqlite3_get_auxdata(context, 1));
+        Compiled fresh;
+        if (cached == nullptr) {
+            fresh = jettext::compileLike(textOf(arguments[1]));
+            if (!fresh) {
+                sqlite3_result_error(context, "syntax error in Like pattern", -1);
+                return;
+            }
         }
+        const jettext::CompiledLike& pattern = cached != nullptr ? **cached : *fresh;
         sqlite3_result_int(context, jettext::likeMatches(valueTextOf(arguments[0]), pattern) ? 1 : 0);
+        // last: SQLite may free the kept pattern before this call returns
+        if (cached == nullptr)
+            sqlite3_set_auxdata(context, 1, new Compiled(std::move(fresh)),
+                [](void* data) { delete static_cast<Compiled*>(data); });
     } catch (const std::bad_alloc&) {
         sqlite3_result_error_nomem(context);
     }

@@ -364,12 +364,27 @@ bool likePatternValid(const QString& pattern)
     return compilePattern(pattern).has_value();
 }
 
+struct CompiledLike {
+    QVector<PatternElement> elements;
+};
+
+std::shared_ptr<const CompiledLike> compileLike(const QString& pattern)
+{
+    auto compiled = compilePattern(pattern);
+    if (!compiled)
+        return nullptr;
+    return std::make_shared<const CompiledLike>(CompiledLike {std::move(*compiled)});
+}
+
 bool likeMatches(const QString& text, const QString& pattern)
 {
-    const auto compiled = compilePattern(pattern);
-    if (!compiled)
-        return false;
-    const QVector<PatternElement>& elements = *compiled;
+    const auto compiled = compileLike(pattern);
+    return compiled && likeMatches(text, *compiled);
+}
+
+bool likeMatches(const QString& text, const CompiledLike& pattern)
+{
+    const QVector<PatternElement>& elements = pattern.elements;
     // Every element but "*" takes exactly one character, so retrying from the last "*"
     // is enough: no deeper backtracking can find a match this misses.
     qsizetype t = 0, p = 0, starP = -1, starT = 0;

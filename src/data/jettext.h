@@ -7,6 +7,7 @@
 #include <QString>
 #include <QVector>
 
+#include <memory>
 #include <optional>
 
 namespace varemo::jettext {
@@ -66,5 +67,10 @@ QString foldKey(const QString& text);
 // Jet's Like pattern, checked and matched. A pattern is invalid when a "[" is never closed.
 bool likePatternValid(const QString& pattern);
 bool likeMatches(const QString& text, const QString& pattern);
+// A pattern compiled once for matching many texts, as a statement does row after row;
+// null when the pattern is invalid.
+struct CompiledLike;
+std::shared_ptr<const CompiledLike> compileLike(const QString& pattern);
+bool likeMatches(const QString& text, const CompiledLike& pattern);
 
 } // namespace varemo::jettext

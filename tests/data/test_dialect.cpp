@@ -192,6 +192,9 @@ private slots:
         row("Like with a digit and a set",
             "SELECT Nome FROM NivelCategoria4 WHERE Nome Like '[A-C]*' AND Nome Not Like '* *'", "Nome",
             "Baguete|CDB|Condomínio");
+        // a pattern that changes from row to row is compiled afresh on each
+        row("Like a pattern of each row", "SELECT Codigo FROM NivelCategoria4 WHERE Nome Like Nome", "Codigo",
+            "1|2|3|4|5|6|7|8|9");
         row("IN compares text as Jet", "SELECT Codigo FROM NivelCategoria3 WHERE Nome IN ('PÃES', 'energia')",
             "Codigo", "1|3|6");
     }
