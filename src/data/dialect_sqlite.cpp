@@ -65,7 +65,16 @@ void likeFunction(sqlite3_context* context, int, sqlite3_value** arguments)
             }
         }
         const jettext::CompiledLike& pattern = cached != nullptr ? **cached : *fresh;
-        sqlite3_result_int(context, jettext::likeMatches(valueTextOf(arguments[0]), pattern) ? 1 : 0);
+        bool matched = false;
+        if (sqlite3_value_type(arguments[0]) == SQLITE_TEXT) {
+            // read in place: no copy of every row's text
+            const auto* data = static_cast<const QChar*>(sqlite3_value_text16(arguments[0]));
+            matched = jettext::likeMatches(
+                QStringView(data, data ? sqlite3_value_bytes16(arguments[0]) / 2 : 0), pattern);
+        } else {
+            matched = jettext::likeMatches(valueTextOf(arguments[0]), pattern);
+        }
+        sqlite3_result_int(context, matched ? 1 : 0);
         // last: SQLite may free the kept pattern before this call returns
         if (cached == nullptr)
             sqlite3_set_auxdata(context, 1, new Compiled(std::move(fresh)),

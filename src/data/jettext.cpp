@@ -215,6 +215,9 @@ namespace {
 
 char16_t folded(char16_t c)
 {
+    // most letters of a chart are plain ASCII: no table needed for them
+    if (c < 128)
+        return c >= u'A' && c <= u'Z' ? char16_t(c + 32) : c;
     return static_cast<char16_t>(QChar::toCaseFolded(char32_t(c)));
 }
 
@@ -382,7 +385,7 @@ bool likeMatches(const QString& text, const QString& pattern)
     return compiled && likeMatches(text, *compiled);
 }
 
-bool likeMatches(const QString& text, const CompiledLike& pattern)
+bool likeMatches(QStringView text, const CompiledLike& pattern)
 {
     const QVector<PatternElement>& elements = pattern.elements;
     // Every element but "*" takes exactly one character, so retrying from the last "*"

@@ -71,6 +71,6 @@ bool likeMatches(const QString& text, const QString& pattern);
 // null when the pattern is invalid.
 struct CompiledLike;
 std::shared_ptr<const CompiledLike> compileLike(const QString& pattern);
-bool likeMatches(const QString& text, const CompiledLike& pattern);
+bool likeMatches(QStringView text, const CompiledLike& pattern);
 
 } // namespace varemo::jettext
