@@ -35,13 +35,6 @@ QString linesQuery()
         + QStringLiteral(" ORDER BY Linhas.Insumo, Linhas.NomeLinha, Produtos.NomeProduto;");
 }
 
-// The items that have purchase lines of their own (not of a product).
-QString purchasedItemsQuery()
-{
-    return QStringLiteral("SELECT CompraProdutos.CodigoProduto, CompraProdutos.Produto ")
-        + QStringLiteral("FROM CompraProdutos WHERE Produto = False; ");
-}
-
 } // namespace
 
 Contas::Contas(AppState& state, Desktop& desktop, QWidget* parent)
@@ -106,8 +99,8 @@ bool Contas::Form_Load()
                 QStringLiteral("NivelCategoria") + QString::number(level), RecordsetType::Table);
         }
         fillReportList();
-        m_state.sql = purchasedItemsQuery();
-        CodEntradas = db.openRecordset(m_state.sql);
+        // The purchased items (CodEntradas) are read only by what needs them: tens of
+        // thousands of purchase lines would otherwise stay in memory for nothing.
 
         CarregaArvore();
         PreencherCombo(0);

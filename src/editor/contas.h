@@ -219,6 +219,7 @@ private:
     qint32 findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows);
     void placeInTree(const SavedRow& row);
     void refreshAfterSave();
+    bool placeSavedRow(int level);
     void fillAllSelectors();
     // The delete rules; Excluir logs what fails in them.
     void deleteRecord();

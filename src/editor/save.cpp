@@ -1,6 +1,7 @@
 #include "app/desktop.h"
 #include "data/database.h"
 #include "data/dialect.h"
+#include "editor/browse.h"
 #include "editor/contas.h"
 #include "editor/tree.h"
 #include "editor/widgets.h"
@@ -171,11 +172,28 @@ void Contas::placeInTree(const SavedRow& row)
     parent->insertChild(at, item);
 }
 
+bool Contas::placeSavedRow(int level)
+{
+    // A save changes one row of the page: the sector, group or account made on the way
+    // belongs to other levels. That row alone is read again and put among the others.
+    Recordset* rows = dataSet();
+    if (rows == nullptr || CodigoGravado == 0 || (PaginaAtiva == 1 && NivelPaginaNiveis != level))
+        return false;
+    const auto saved = database().openRecordset(browse::joinedLevelRows(level) + QStringLiteral("WHERE ")
+        + browse::relocationCriteria(level, CodigoGravado));
+    if (saved->recordCount() != 1)
+        return false;
+    return rows->placeRow(QStringLiteral("NivelCategoria%1.Codigo").arg(level), saved->rows().first());
+}
+
 void Contas::refreshAfterSave()
 {
-    showLevel(PaginaAtiva == 1 ? NivelAtual : 4, false, true);
-    if (CodigoGravado != 0)
-        relocate(PaginaAtiva == 1 ? NivelAtual : 4, CodigoGravado);
+    const int level = PaginaAtiva == 1 ? NivelAtual : 4;
+    const bool placed = placeSavedRow(level);
+    showLevel(level, false, !placed);
+    // A placed row is already the current one.
+    if (!placed && CodigoGravado != 0)
+        relocate(level, CodigoGravado);
     syncPosition();
     PreencheCampos();
 }
