@@ -267,7 +267,7 @@ void Database::Private::fail(const QString& original) const
 }
 
 QueryResult Database::Private::query(
-    const QString& sql, const Row& parameters, const QString& original, bool firstRowOnly)
+    const QString& sql, const Row& parameters, const QString& original, bool firstRowOnly, bool rowidLast)
 {
     checkOpen();
     const QString& shown = original.isEmpty() ? sql : original;
@@ -289,11 +289,15 @@ QueryResult Database::Private::query(
             break;
         if (rc != SQLITE_ROW)
             fail(shown);
+        // A row's list is never reallocated: its size is known before its first cell.
+        const int cells = rowidLast ? width - 1 : width;
         Row row;
-        row.reserve(width);
-        for (int c = 0; c < width; ++c)
+        row.reserve(cells);
+        for (int c = 0; c < cells; ++c)
             row.append(valueAt(stmt, c, kinds[static_cast<size_t>(c)], pools[static_cast<size_t>(c)]));
         result.rows.append(std::move(row));
+        if (rowidLast)
+            result.rowids.append(sqlite3_column_int64(stmt, cells));
         if (firstRowOnly)
             break;
     }

@@ -25,6 +25,7 @@ struct QueryResult {
     QStringList origins; // the table field each column reads, empty for a computed one
     QStringList tables; // the table of each origin
     QList<Row> rows;
+    QList<qint64> rowids; // the last column of each row, when asked to keep it apart
 };
 
 struct Database::Private {
@@ -38,8 +39,9 @@ struct Database::Private {
     // An inner unit of work ended without commit: the whole action must not commit.
     bool doomed = false;
 
-    QueryResult query(
-        const QString& sql, const Row& parameters, const QString& original, bool firstRowOnly = false);
+    // With rowidLast, the statement's last column goes to `rowids` instead of the rows.
+    QueryResult query(const QString& sql, const Row& parameters, const QString& original,
+        bool firstRowOnly = false, bool rowidLast = false);
     // Runs a statement that returns no rows; the rows it changed.
     int run(const QString& sql, const Row& parameters = {}, const QString& original = {});
     qint64 lastInsertRowid() const;

@@ -137,8 +137,8 @@ Row Recordset::Private::fetch(qint64 rowid)
 void Recordset::Private::load()
 {
     Database::Private& engine = *database->d;
-    QueryResult result = engine.query(translation.sql, {}, source);
     const bool withRowid = !translation.rowidColumn.isEmpty();
+    QueryResult result = engine.query(translation.sql, {}, source, false, withRowid);
     const int width = static_cast<int>(result.names.size()) - (withRowid ? 1 : 0);
     if (fields.isEmpty()) {
         fields = translation.columns.isEmpty() ? result.names.mid(0, width) : translation.columns;
@@ -160,13 +160,10 @@ void Recordset::Private::load()
         updatable = !translation.baseTable.isEmpty() && withRowid && type != RecordsetType::Snapshot;
     }
     ids.clear();
-    ids.reserve(result.rows.size());
     if (withRowid) {
-        for (Row& row : result.rows) {
-            ids.append(row.last().toLongLong());
-            row.removeLast();
-        }
+        ids = std::move(result.rowids);
     } else {
+        ids.reserve(result.rows.size());
         for (qint64 i = 1; i <= result.rows.size(); ++i)
             ids.append(i);
     }
