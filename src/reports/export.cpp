@@ -76,6 +76,8 @@ void addRow(QByteArray& out, const QList<QByteArray>& fields)
 bool writeCsv(const Table& table, const QString& fileName, QString* error)
 {
     QByteArray out("\xEF\xBB\xBF"); // so Excel reads the accents as UTF-8
+    if (!table.company.isEmpty())
+        addRow(out, {csvField(table.company)});
     addRow(out, {csvField(table.title)});
     for (const QString& line : table.subtitle)
         addRow(out, {csvField(line)});

@@ -98,6 +98,8 @@ public:
     {
         worksheet_set_paper(m_sheet, 9); // A4
         lxw_row_t row = 0;
+        if (!m_table.company.isEmpty())
+            writeText(row++, 0, m_table.company, m_header);
         writeText(row++, 0, m_table.title, m_title);
         for (const QString& line : m_table.subtitle)
             writeText(row++, 0, line, nullptr);
