@@ -5,6 +5,7 @@
 #include "app/modules.h"
 #include "app/state.h"
 #include "data/database.h"
+#include "editor/charttree.h"
 #include "editor/commands.h"
 #include "editor/tree.h"
 #include "editor/widgets.h"
@@ -153,10 +154,19 @@ void Contas::CarregaArvore()
             levels[level] = Nivel[level].get();
             allOpen = allOpen && Nivel[level] && Nivel[level]->isOpen();
         }
-        TreeBuild build = allOpen ? buildTree(*Arvore, levels) : buildTree(*Arvore, database());
-        m_nodes = std::move(build.nodes);
-        if (build.orphans > 0)
-            Status->setPanel(StatusBar::Message, orphansMessage(build.orphans));
+        std::array<std::unique_ptr<Recordset>, 5> read;
+        if (!allOpen) {
+            for (std::size_t level = 0; level < read.size(); ++level) {
+                read[level] = database().openRecordset(
+                    QStringLiteral("NivelCategoria") + QString::number(level), RecordsetType::Table);
+                levels[level] = read[level].get();
+            }
+        }
+        if (!m_tree)
+            m_tree = std::make_unique<ChartTree>(*Arvore);
+        const int orphans = m_tree->build(levels);
+        if (orphans > 0)
+            Status->setPanel(StatusBar::Message, orphansMessage(orphans));
     } catch (const JetError& error) {
         logError(m_state, m_desktop, rotina::TreeView, error.description(), error.number());
     }
@@ -164,12 +174,14 @@ void Contas::CarregaArvore()
 
 QTreeWidgetItem* Contas::node(const QString& key) const
 {
-    return m_nodes.value(key);
+    return m_tree ? m_tree->node(key) : nullptr;
 }
 
 void Contas::MostraMarcas(qint32 reportCode)
 {
-    showMarks(Arvore->topLevelItem(0), database(), reportCode, m_state.sql);
+    const QHash<QString, int> stored = readMarks(database(), reportCode, m_state.sql);
+    if (m_tree)
+        m_tree->applyMarks(stored);
 }
 
 void Contas::Salvar(int cancelar)

@@ -26,6 +26,7 @@ class QTreeWidgetItem;
 namespace varemo {
 
 struct AppState;
+class ChartTree;
 class Database;
 class Desktop;
 class Selector;
@@ -230,7 +231,7 @@ private:
     Desktop& m_desktop;
     QHash<QString, QAction*> m_actions;
     QHash<QString, QMenu*> m_menus;
-    QHash<QString, QTreeWidgetItem*> m_nodes;
+    std::unique_ptr<ChartTree> m_tree; // the tree's index; its nodes are made on demand
     bool m_unloaded = false;
     bool m_treeFollowPending = false;
 };

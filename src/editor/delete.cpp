@@ -5,6 +5,7 @@
 #include "app/state.h"
 #include "data/database.h"
 #include "editor/browse.h"
+#include "editor/charttree.h"
 #include "editor/contas.h"
 #include "editor/selectors.h"
 #include "editor/tree.h"
@@ -255,12 +256,9 @@ void Contas::deleteRecord()
 
 void Contas::removeNode(const QString& key)
 {
-    QTreeWidgetItem* item = m_nodes.value(key);
-    if (item == nullptr)
-        return;
-    walkTree(item, [this](QTreeWidgetItem* gone) { m_nodes.remove(nodeKeyOf(gone)); });
     const QSignalBlocker blocker(Arvore);
-    delete item;
+    if (m_tree)
+        m_tree->remove(keyLevel(key), keyCode(key));
 }
 
 bool Contas::reportChosen()
@@ -295,7 +293,8 @@ void Contas::deleteReport()
             work.commit();
         }
         fillReportList();
-        clearMarks(Arvore->topLevelItem(0));
+        if (m_tree)
+            m_tree->clearMarks();
     } catch (const JetError& error) {
         logError(m_state, m_desktop, ReportRoutine, error.description(), error.number());
     }

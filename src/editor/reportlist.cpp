@@ -4,6 +4,7 @@
 #include "app/errorlog.h"
 #include "app/state.h"
 #include "data/database.h"
+#include "editor/charttree.h"
 #include "editor/contas.h"
 #include "editor/images.h"
 #include "editor/tree.h"
@@ -46,7 +47,8 @@ void Contas::fillReportList()
 void Contas::showReportList()
 {
     fillReportList();
-    clearMarks(Arvore->topLevelItem(0));
+    if (m_tree)
+        m_tree->clearMarks();
     RelatosPainel->setVisible(true);
 }
 
@@ -55,13 +57,15 @@ void Contas::hideReportList()
     RelatosPainel->setVisible(false);
     CodigoRelatorio = 0;
     NomeRelatorio.clear();
-    clearMarks(Arvore->topLevelItem(0));
+    if (m_tree)
+        m_tree->clearMarks();
 }
 
 void Contas::Relatos_Click()
 {
     const QList<QListWidgetItem*> chosen = Relatos->selectedItems();
-    clearMarks(Arvore->topLevelItem(0));
+    if (m_tree)
+        m_tree->clearMarks();
     if (chosen.isEmpty()) {
         CodigoRelatorio = 0;
         NomeRelatorio.clear();
@@ -79,11 +83,13 @@ void Contas::Relatos_Click()
 namespace {
 
 // The marked nodes below `node`, depth first in tree order: a node chosen as a whole gives
-// "S", one chosen in part "N"; an unmarked branch holds nothing chosen and is skipped.
-void markedEntries(const QTreeWidgetItem* node, QStringList& entries)
+// "S", one chosen in part "N"; an unmarked branch holds nothing chosen and is skipped (and,
+// in a tree made on demand, is never made).
+void markedEntries(QTreeWidgetItem* node, QStringList& entries)
 {
+    fillChildren(node);
     for (int i = 0; i < node->childCount(); ++i) {
-        const QTreeWidgetItem* child = node->child(i);
+        QTreeWidgetItem* child = node->child(i);
         const QString image = nodeImage(child);
         if (image != ImageSome && image != ImageAll)
             continue;
@@ -104,7 +110,7 @@ void Contas::BotaoVer_Click()
     if (!state().confirmed)
         return;
     QStringList entries;
-    if (const QTreeWidgetItem* root = Arvore->topLevelItem(0))
+    if (QTreeWidgetItem* root = Arvore->topLevelItem(0))
         markedEntries(root, entries);
     state().reportEntries = entries;
     state().reportName = NomeRelatorio;

@@ -2,6 +2,7 @@
 #include "data/database.h"
 #include "data/dialect.h"
 #include "editor/browse.h"
+#include "editor/charttree.h"
 #include "editor/contas.h"
 #include "editor/tree.h"
 #include "editor/widgets.h"
@@ -150,26 +151,8 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
 
 void Contas::placeInTree(const SavedRow& row)
 {
-    QTreeWidgetItem* parent = node(nodeKey(row.parent, row.level - 1));
-    if (parent == nullptr)
-        return;
-    const QString key = nodeKey(row.code, row.level);
-    QTreeWidgetItem* item = m_nodes.value(key);
-    if (item == nullptr) {
-        item = new QTreeWidgetItem;
-        item->setData(0, KeyRole, key);
-        setNodeImage(item, QStringLiteral("Nenhum"));
-        m_nodes.insert(key, item);
-    } else if (item->parent() != nullptr) {
-        item->parent()->removeChild(item);
-    }
-    item->setText(0, row.name);
-    // Siblings stay in name order, compared as the database compares names (an accented
-    // letter beside its base letter), as a rebuilt tree would have them.
-    int at = 0;
-    while (at < parent->childCount() && dialect::compareText(parent->child(at)->text(0), row.name) <= 0)
-        ++at;
-    parent->insertChild(at, item);
+    if (m_tree)
+        m_tree->place(row.level, row.code, row.name, row.parent);
 }
 
 bool Contas::placeSavedRow(int level)

@@ -3,6 +3,8 @@
 #include "data/database.h"
 #include "data/dialect.h"
 #include "data/recordset.h"
+#include "editor/chartitem.h"
+#include "editor/charttree.h"
 #include "editor/images.h"
 
 #include <QTreeWidget>
@@ -61,74 +63,76 @@ void walkTree(QTreeWidgetItem* node, const std::function<void(QTreeWidgetItem*)>
     if (node == nullptr)
         return;
     visit(node);
+    fillChildren(node);
     for (int i = 0; i < node->childCount(); ++i)
         walkTree(node->child(i), visit);
 }
 
+ChartItem::ChartItem(QString key, QString name, int level, qint64 code, ChartTree* owner)
+    : QTreeWidgetItem(ItemType)
+    , m_key(std::move(key))
+    , m_name(std::move(name))
+    , m_image(ImageNone)
+    , m_level(level)
+    , m_code(code)
+    , m_owner(owner)
+{
+}
+
+ChartItem::~ChartItem()
+{
+    if (m_owner != nullptr)
+        m_owner->forget(this);
+}
+
+QVariant ChartItem::data(int column, int role) const
+{
+    if (column == 0) {
+        switch (role) {
+        case Qt::DisplayRole:
+        case Qt::EditRole:
+            return m_name;
+        case Qt::DecorationRole:
+            return checkIcon(m_image);
+        case KeyRole:
+            return m_key;
+        case ImageRole:
+            return m_image;
+        default:
+            break;
+        }
+    }
+    return QTreeWidgetItem::data(column, role);
+}
+
+void ChartItem::setData(int column, int role, const QVariant& value)
+{
+    if (column == 0) {
+        switch (role) {
+        case Qt::DisplayRole:
+        case Qt::EditRole:
+            m_name = value.toString();
+            emitDataChanged();
+            return;
+        case Qt::DecorationRole:
+            return; // the icon always follows the image key
+        case KeyRole:
+            m_key = value.toString();
+            return;
+        case ImageRole:
+            m_image = value.toString();
+            if (m_owner != nullptr)
+                m_owner->imageChanged(this, m_image);
+            emitDataChanged();
+            return;
+        default:
+            break;
+        }
+    }
+    QTreeWidgetItem::setData(column, role, value);
+}
+
 namespace {
-
-// A chart node keeps its name, key and image in members instead of the item's list of role
-// values: a big chart makes tens of thousands of them at start-up, and each role stored the
-// usual way costs an allocation and a search on every read.
-class ChartItem : public QTreeWidgetItem {
-public:
-    ChartItem(QString key, QString name)
-        : m_key(std::move(key))
-        , m_name(std::move(name))
-        , m_image(ImageNone)
-    {
-    }
-
-    QVariant data(int column, int role) const override
-    {
-        if (column == 0) {
-            switch (role) {
-            case Qt::DisplayRole:
-            case Qt::EditRole:
-                return m_name;
-            case Qt::DecorationRole:
-                return checkIcon(m_image);
-            case KeyRole:
-                return m_key;
-            case ImageRole:
-                return m_image;
-            default:
-                break;
-            }
-        }
-        return QTreeWidgetItem::data(column, role);
-    }
-
-    void setData(int column, int role, const QVariant& value) override
-    {
-        if (column == 0) {
-            switch (role) {
-            case Qt::DisplayRole:
-            case Qt::EditRole:
-                m_name = value.toString();
-                emitDataChanged();
-                return;
-            case Qt::DecorationRole:
-                return; // the icon always follows the image key
-            case KeyRole:
-                m_key = value.toString();
-                return;
-            case ImageRole:
-                m_image = value.toString();
-                emitDataChanged();
-                return;
-            default:
-                break;
-            }
-        }
-        QTreeWidgetItem::setData(column, role, value);
-    }
-
-private:
-    QString m_key;
-    QString m_name;
-    QString m_image;
-};
 
 struct Row {
     QString sortKey;
@@ -229,7 +233,7 @@ TreeBuild buildTree(QTreeWidget& tree, const std::array<const Recordset*, 5>& le
                     continue;
                 }
                 const QString key = nodeKey(row.code, level);
-                auto* node = new ChartItem(key, row.name);
+                auto* node = new ChartItem(key, row.name, level, row.code);
                 made.insert(row.code, node);
                 build.nodes.insert(key, node);
                 children.append(node);
@@ -248,7 +252,7 @@ QString orphansMessage(int orphans)
         + QStringLiteral(" registro(s) sem nível superior cadastrado não aparecem na árvore");
 }
 
-void showMarks(QTreeWidgetItem* root, Database& database, qint32 reportCode, QString& sql)
+QHash<QString, int> readMarks(Database& database, qint32 reportCode, QString& sql)
 {
     sql = QStringLiteral("SELECT * FROM RelatorioItens WHERE ") + QStringLiteral("CodigoRelatorio = ")
         + QString::number(reportCode);
@@ -268,6 +272,12 @@ void showMarks(QTreeWidgetItem* root, Database& database, qint32 reportCode, QSt
         items->moveNext();
     }
     items->close();
+    return stored;
+}
+
+void showMarks(QTreeWidgetItem* root, Database& database, qint32 reportCode, QString& sql)
+{
+    const QHash<QString, int> stored = readMarks(database, reportCode, sql);
     walkTree(root, [&stored](QTreeWidgetItem* node) {
         const QString key = nodeKeyOf(node);
         const auto found = stored.constFind(QString::number(keyCode(key)) + keyLevelText(key));

@@ -35,7 +35,8 @@ QString nodeImage(const QTreeWidgetItem* item);
 // Sets the image key; the icon follows it.
 void setNodeImage(QTreeWidgetItem* item, const QString& image);
 
-// The node and all its descendants, depth first, children in order.
+// The node and all its descendants, depth first, children in order. In a tree made on
+// demand, the branches walked are made.
 void walkTree(QTreeWidgetItem* node, const std::function<void(QTreeWidgetItem*)>& visit);
 
 struct TreeBuild {
@@ -52,6 +53,13 @@ TreeBuild buildTree(QTreeWidget& tree, const std::array<const Recordset*, 5>& le
 
 // The text the status bar shows when rows were left out of the tree.
 QString orphansMessage(int orphans);
+
+// Makes the children of a node of a tree made on demand (ChartTree); nothing for any other.
+void fillChildren(QTreeWidgetItem* item);
+
+// A saved report's marks by "<code>N<level>", the first row of each. `sql` receives the
+// statement. Throws JetError.
+QHash<QString, int> readMarks(Database& database, qint32 reportCode, QString& sql);
 
 // Sets each node's image from a saved report's items: 2 "Alguns", 3 "Todos"; any other
 // value leaves the node as it is. `sql` receives the statement. Throws JetError.

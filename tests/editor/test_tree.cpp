@@ -173,6 +173,110 @@ private slots:
         QCOMPARE(varemo::nodeImage(fx.window->node(QStringLiteral("2N0"))), QStringLiteral("Nenhum"));
     }
 
+    // Branches below the categories are made when they open or when a node below them is
+    // asked for; report marks of nodes not made yet show once they are.
+    void branchesAreMadeOnDemand_data()
+    {
+        QTest::addColumn<QStringList>("changes");
+        QTest::addColumn<bool>("marks");
+        QTest::addColumn<bool>("clear");
+        QTest::addColumn<QString>("open");
+        QTest::addColumn<QString>("ask");
+        QTest::addColumn<QString>("parent");
+        QTest::addColumn<QStringList>("children");
+        const QString mark = QStringLiteral(
+            "INSERT INTO RelatorioItens (CodigoRelatorio, Nivel, CodigoConta, Imagem) VALUES %1");
+        QTest::newRow("opened branch in order")
+            << QStringList() << false << false << QStringLiteral("1N0") << QString() << QStringLiteral("1N0")
+            << QStringList {
+                   QStringLiteral("Receitas Clientes:Nenhum"), QStringLiteral("Receitas Financeiras:Nenhum")};
+        QTest::newRow("asked below a closed branch")
+            << QStringList() << false << false << QString() << QStringLiteral("9N4") << QStringLiteral("7N3")
+            << QStringList {QStringLiteral("CDB:Nenhum")};
+        QTest::newRow("marks of a closed branch")
+            << QStringList {mark.arg(QStringLiteral("(1, 'N1', 4, 3), (1, 'N1', 1, 2)"))} << true << false
+            << QStringLiteral("1N0") << QString() << QStringLiteral("1N0")
+            << QStringList {
+                   QStringLiteral("Receitas Clientes:Alguns"), QStringLiteral("Receitas Financeiras:Todos")};
+        QTest::newRow("mark below a node asked for")
+            << QStringList {mark.arg(QStringLiteral("(1, 'N4', 9, 3)"))} << true << false << QString()
+            << QStringLiteral("9N4") << QStringLiteral("7N3") << QStringList {QStringLiteral("CDB:Todos")};
+        QTest::newRow("cleared marks of a closed branch")
+            << QStringList {mark.arg(QStringLiteral("(1, 'N1', 4, 3)"))} << true << true
+            << QStringLiteral("1N0") << QString() << QStringLiteral("1N0")
+            << QStringList {
+                   QStringLiteral("Receitas Clientes:Nenhum"), QStringLiteral("Receitas Financeiras:Nenhum")};
+    }
+    void branchesAreMadeOnDemand()
+    {
+        QFETCH(QStringList, changes);
+        QFETCH(bool, marks);
+        QFETCH(bool, clear);
+        QFETCH(QString, open);
+        QFETCH(QString, ask);
+        QFETCH(QString, parent);
+        QFETCH(QStringList, children);
+        LoadedContas fx(changes);
+        QVERIFY(fx.loaded);
+        if (marks)
+            fx.window->MostraMarcas(1);
+        if (clear)
+            fx.window->hideReportList();
+        if (!open.isEmpty()) {
+            QTreeWidgetItem* closed = fx.window->node(open);
+            QCOMPARE(closed->childCount(), 0);
+            QCOMPARE(closed->childIndicatorPolicy(), QTreeWidgetItem::ShowIndicator);
+            closed->setExpanded(true);
+        }
+        if (!ask.isEmpty()) {
+            QTreeWidgetItem* asked = fx.window->node(ask);
+            QVERIFY(asked != nullptr);
+            QCOMPARE(asked->parent(), fx.window->node(parent));
+            QVERIFY(!fx.window->node(parent)->isExpanded());
+        }
+        QStringList shown;
+        QTreeWidgetItem* above = fx.window->node(parent);
+        for (int i = 0; i < above->childCount(); ++i)
+            shown << above->child(i)->text(0) + QLatin1Char(':') + varemo::nodeImage(above->child(i));
+        QCOMPARE(shown, children);
+    }
+
+    // A save under a branch never opened reaches the tree's index: the new node is in its place
+    // when the branch is made.
+    void saveUnderAClosedBranch_data()
+    {
+        QTest::addColumn<QStringList>("path");
+        QTest::addColumn<QString>("closed");
+        QTest::addColumn<QString>("parent");
+        QTest::addColumn<QStringList>("children");
+        QTest::newRow("item under a closed account")
+            << QStringList {"Receitas", "Receitas Financeiras", "Vendas Produtos", "Aplicações", "Tesouro"}
+            << QStringLiteral("1N0") << QStringLiteral("7N3") << QStringList {"CDB", "Tesouro"};
+        QTest::newRow("account made on a closed path")
+            << QStringList {"Receitas", "Receitas Clientes", "Vendas Produtos", "Bolos", "Bolo de milho"}
+            << QStringLiteral("1N0") << QStringLiteral("1N2") << QStringList {"Bolos", "Pães"};
+        QTest::newRow("sector under an empty category")
+            << QStringList {"Vazia", "Novo setor", "Novo grupo", "Nova conta", "Item"}
+            << QStringLiteral("3N0") << QStringLiteral("3N0") << QStringList {"Novo setor"};
+    }
+    void saveUnderAClosedBranch()
+    {
+        QFETCH(QStringList, path);
+        QFETCH(QString, closed);
+        QFETCH(QString, parent);
+        QFETCH(QStringList, children);
+        LoadedContas fx;
+        QCOMPARE(fx.window->node(closed)->childCount(), 0);
+        fx.window->tool_click(QStringLiteral("ID_Incluir"));
+        fx.typePath(path);
+        fx.window->tool_click(QStringLiteral("ID_Gravar"));
+        QVERIFY(!fx.window->EmInclusao);
+        QTreeWidgetItem* saved = fx.window->node(varemo::nodeKey(fx.window->CodigoGravado, 4));
+        QVERIFY(saved != nullptr);
+        QCOMPARE(saved->text(0), path.last());
+        QCOMPARE(childNames(fx.window->node(parent)), children);
+    }
+
     void keysComeApart_data()
     {
         QTest::addColumn<QString>("key");
