@@ -67,11 +67,12 @@ int ChartTree::build(const std::array<const Recordset*, 5>& levels)
                 above = &found.value();
             }
             const qint64 value = code.toLongLong();
-            if (rows.contains(value)) {
-                ++orphans;
+            const qsizetype before = rows.size();
+            Entry& entry = rows[value];
+            if (rows.size() == before) {
+                ++orphans; // a code seen already in this level
                 continue;
             }
-            Entry& entry = rows[value];
             entry.name = row.at(nameColumn).toString();
             entry.parent = parent;
             if (above != nullptr)
