@@ -17,6 +17,15 @@ constexpr int StepRows = 500;
 const std::array<QString, 5> LevelNames {QStringLiteral("Categoria"), QStringLiteral("Setor"),
     QStringLiteral("Grupo"), QStringLiteral("Conta"), QStringLiteral("Item")};
 
+// The listing's closing count, as "2 categorias" or "1 setor".
+QString counted(int count, int level)
+{
+    static const std::array<std::pair<const char*, const char*>, 5> words {{{"categoria", "categorias"},
+        {"setor", "setores"}, {"grupo", "grupos"}, {"conta", "contas"}, {"item", "itens"}}};
+    const auto& [one, many] = words[size_t(level)];
+    return QString::number(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
+}
+
 QString nameField(int level)
 {
     return QStringLiteral("NivelCategoria%1.Nome").arg(level);
@@ -45,6 +54,7 @@ std::optional<Table> buildRelContas(
     const int own = std::clamp(level, 0, 4);
     const int total = rows->recordCount();
     std::array<QString, 5> previous;
+    std::array<int, 5> printed {}; // lines per level, for the closing count
     if (total > 0)
         rows->moveFirst();
     for (int done = 0; !rows->eof(); ++done, rows->moveNext()) {
@@ -62,13 +72,23 @@ std::optional<Table> buildRelContas(
                 previous[size_t(deeper)].clear();
             const QString text = up == 0 ? previous[0].toUpper() : previous[size_t(up)];
             table.lines.push_back({Line::Kind::Heading, up, text, std::nullopt, std::nullopt, {}});
+            ++printed[size_t(up)];
         }
         const QString name = rows->value(nameField(own)).toString();
         previous[size_t(own)] = name;
         table.lines.push_back(
             {Line::Kind::Detail, own, own == 0 ? name.toUpper() : name, std::nullopt, std::nullopt, {}});
+        ++printed[size_t(own)];
     }
     rows->close();
+    if (!table.lines.empty()) {
+        QStringList counts;
+        for (int up = 0; up <= own; ++up)
+            counts << counted(printed[size_t(up)], up);
+        table.lines.push_back({Line::Kind::Total, 0,
+            QStringLiteral("Total: ") + counts.join(QStringLiteral(", ")) + QLatin1Char('.'), std::nullopt,
+            std::nullopt, {}});
+    }
     if (progress && !progress(total, total))
         return std::nullopt;
     return table;

@@ -237,8 +237,10 @@ private:
         Band band;
         band.height = 7;
         band.keepWithNext = more; // the totals stay together
-        const qreal x = m_geometry.width / 3;
-        band.texts.push_back({x, m_geometry.money - Gap - x, line.text, Qt::AlignRight, !more});
+        // beside its amount, or across the page when the report has no numbers
+        const qreal x = m_table.columns.isEmpty() ? 0 : m_geometry.width / 3;
+        const qreal right = m_table.columns.isEmpty() ? m_geometry.width : m_geometry.money - Gap;
+        band.texts.push_back({x, right - x, line.text, Qt::AlignRight, !more});
         std::vector<Style> styles {{10}};
         if (line.amount) {
             band.texts.push_back(

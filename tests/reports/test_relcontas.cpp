@@ -56,7 +56,7 @@ private slots:
             << "H0 DESPESAS|H1 Despesas Administrativas|D2 Ocupação|H1 Despesas Fornecedores|"
                "D2 Fornecedores Insumos|D2 Fornecedores Produtos|H0 RECEITAS|"
                "H1 Receitas Clientes|D2 Vendas Insumos|D2 Vendas Produtos|"
-               "H1 Receitas Financeiras|D2 Vendas Produtos";
+               "H1 Receitas Financeiras|D2 Vendas Produtos|T0 Total: 2 categorias, 4 setores, 6 grupos.";
         QTest::newRow("same Setor under two Categorias, accented capitals")
             << 1
             << "INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0) VALUES (5, 'Comum', 1), (6, "
@@ -64,11 +64,11 @@ private slots:
                "UPDATE NivelCategoria0 SET Nome = 'Receitas à vista' WHERE Codigo = 1"
             << "H0 DESPESAS|D1 Comum|D1 Despesas Administrativas|D1 Despesas Fornecedores|H0 RECEITAS À "
                "VISTA|"
-               "D1 Comum|D1 Receitas Clientes|D1 Receitas Financeiras";
+               "D1 Comum|D1 Receitas Clientes|D1 Receitas Financeiras|T0 Total: 2 categorias, 6 setores.";
         QTest::newRow("a Setor without its Categoria")
             << 1 << "INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0) VALUES (7, 'Solto', 99)"
             << "D1 Solto|H0 DESPESAS|D1 Despesas Administrativas|D1 Despesas Fornecedores|H0 RECEITAS|"
-               "D1 Receitas Clientes|D1 Receitas Financeiras";
+               "D1 Receitas Clientes|D1 Receitas Financeiras|T0 Total: 2 categorias, 5 setores.";
         QTest::newRow("empty level") << 4 << "DELETE FROM NivelCategoria4" << QString();
     }
     void listing()
@@ -84,8 +84,8 @@ private slots:
         const Table table = relContasTable(*database, level, Today);
         QStringList seen;
         for (const Line& line : table.lines)
-            seen << QLatin1Char(line.kind == Line::Kind::Heading ? 'H' : 'D') + QString::number(line.level)
-                    + QLatin1Char(' ') + line.text;
+            seen << QLatin1Char("HDST"[int(line.kind)]) + QString::number(line.level) + QLatin1Char(' ')
+                    + line.text;
         QCOMPARE(seen.join(QLatin1Char('|')), lines);
         QCOMPARE(table.subtitle.value(0), QStringLiteral("Impresso: terça-feira, 31 de março de 2026"));
     }
