@@ -15,8 +15,10 @@
 // Every figure is the best of `runs`, in the thread's CPU time unless --wall; one line each:
 // name, ms, floor ms, ratio, target, PASS/FAIL.
 #include "app/desktop.h"
+#include "app/silentdesktop.h"
 #include "app/startup.h"
 #include "app/state.h"
+#include "benchsupport.h"
 #include "data/database.h"
 #include "data/dialect.h"
 #include "editor/contas.h"
@@ -41,42 +43,14 @@
 namespace {
 
 // Nobody answers: a message box means the run went somewhere it should not.
-class QuietDesktop : public varemo::Desktop {
+class QuietDesktop : public varemo::SilentDesktop {
 public:
     int msgbox(const QString& prompt, int, const QString& title) override
     {
         std::fprintf(stderr, "caixa de mensagem inesperada: %s: %s\n", qPrintable(title), qPrintable(prompt));
         std::exit(5);
     }
-    void showModal(QWidget&) override { }
-    void playSound(int) override { }
-    void showHelp(int) override { }
-    void sendMail() override { }
-    void startModule(int) override { }
-    bool activateRunningCopy(const QString&) override { return false; }
-    bool restorePlacement(QWidget&, const QString&) override { return false; }
-    void savePlacement(QWidget&, const QString&) override { }
-    void processEvents() override { }
 };
-
-// A program folder whose Caminho.dad names a data folder holding a copy of the company.
-QString install(const QString& company, const QString& root)
-{
-    const QDir dir(root);
-    dir.mkpath(QStringLiteral("programa"));
-    dir.mkpath(QStringLiteral("empresa/Dados"));
-    const QString data = dir.filePath(QStringLiteral("empresa")) + QLatin1Char('/');
-    QFile path(dir.filePath(QStringLiteral("programa/Caminho.dad")));
-    QFile ini(data + QStringLiteral("Empresa.ini"));
-    if (!path.open(QIODevice::WriteOnly) || !ini.open(QIODevice::WriteOnly)
-        || !QFile::copy(company, data + QStringLiteral("Dados/empresa.mdb"))) {
-        std::fprintf(stderr, "não foi possível montar a instalação em %s\n", qPrintable(root));
-        std::exit(2);
-    }
-    path.write(data.toUtf8() + "\r\n");
-    ini.write("[Empresa]\r\nNome=Bench\r\n");
-    return dir.filePath(QStringLiteral("programa")) + QLatin1Char('/');
-}
 
 // Wall-clock time, or the thread's CPU time: on a machine shared with other work the CPU time
 // of an action and of its floor stay comparable when wall times swing with the load.
@@ -164,7 +138,8 @@ int main(int argc, char** argv)
     const int runs = std::max(1, parser.value(QStringLiteral("runs")).toInt());
 
     QTemporaryDir scratch;
-    const QString program = install(parser.positionalArguments().front(), scratch.path());
+    const QString program = bench::installCompany(
+        parser.positionalArguments().front(), scratch.path(), bench::CompanyFile::Copy);
     QuietDesktop desktop;
     QList<Figure> figures;
 

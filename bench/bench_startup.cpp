@@ -14,6 +14,7 @@
 #include "app/qtdesktop.h"
 #include "app/startup.h"
 #include "app/state.h"
+#include "benchsupport.h"
 #include "data/demo.h"
 #include "editor/contas.h"
 
@@ -167,26 +168,6 @@ Run runChild(const Child& child, const QStringList& env)
     return {wall, double(usage.ru_maxrss) / 1024.0, cpu(usage.ru_utime) + cpu(usage.ru_stime)};
 }
 
-// A program folder whose Caminho.dad names a data folder holding the company file (linked:
-// start-up only reads it).
-QString install(const QString& company, const QString& root)
-{
-    const QDir dir(root);
-    dir.mkpath(QStringLiteral("programa"));
-    dir.mkpath(QStringLiteral("empresa/Dados"));
-    const QString data = dir.filePath(QStringLiteral("empresa")) + QLatin1Char('/');
-    QFile path(dir.filePath(QStringLiteral("programa/Caminho.dad")));
-    QFile ini(data + QStringLiteral("Empresa.ini"));
-    if (!path.open(QIODevice::WriteOnly) || !ini.open(QIODevice::WriteOnly)
-        || !QFile::link(QFileInfo(company).absoluteFilePath(), data + QStringLiteral("Dados/empresa.mdb"))) {
-        std::fprintf(stderr, "não foi possível montar a instalação em %s\n", qPrintable(root));
-        std::exit(2);
-    }
-    path.write(data.toUtf8() + "\r\n");
-    ini.write("[Empresa]\r\nNome=Bench\r\n");
-    return dir.filePath(QStringLiteral("programa")) + QLatin1Char('/');
-}
-
 // The build's program folder (Sons/, Ajuda/) that a demo installation copies.
 QString programFolderOfBuild()
 {
@@ -236,7 +217,8 @@ int main(int argc, char** argv)
     QString program = parser.value(QStringLiteral("program"));
     const QString company = parser.value(QStringLiteral("company"));
     if (!company.isEmpty()) {
-        program = install(company, scratch.filePath(QStringLiteral("empresa")));
+        program = bench::installCompany(
+            company, scratch.filePath(QStringLiteral("empresa")), bench::CompanyFile::Link);
     } else if (program.isEmpty()) {
         QElapsedTimer built;
         built.start();

@@ -4,6 +4,7 @@
 
 #include "app/commandline.h"
 #include "app/desktop.h"
+#include "app/silentdesktop.h"
 #include "app/startup.h"
 #include "app/state.h"
 #include "data/recordset.h"
@@ -29,7 +30,7 @@ void say(const QString& text)
 }
 
 // Start-up's messages become lines on stderr; nothing waits for an answer.
-class ConsoleDesktop : public Desktop {
+class ConsoleDesktop : public SilentDesktop {
 public:
     int msgbox(const QString& prompt, int buttons, const QString& title) override
     {
@@ -38,16 +39,6 @@ public:
         say(title.isEmpty() ? text : title + QStringLiteral(": ") + text);
         return (buttons & 0x0F) == vb::YesNo ? vb::No : vb::OK;
     }
-    void showModal(QWidget&) override { }
-    void playSound(int) override { }
-    void showHelp(int) override { }
-    void sendMail() override { }
-    void startModule(int) override { }
-    // A report may be written while the program is open on the same company.
-    bool activateRunningCopy(const QString&) override { return false; }
-    bool restorePlacement(QWidget&, const QString&) override { return false; }
-    void savePlacement(QWidget&, const QString&) override { }
-    void processEvents() override { }
 };
 
 // The saved definition of this name, compared as the database compares names (letter case
