@@ -12,6 +12,7 @@ packages=(
     qt6-base-dev qt6-base-dev-tools qt6-tools-dev qt6-tools-dev-tools qt6-documentation-tools
     qt6-multimedia-dev qt6-translations-l10n libqt6sql6-sqlite libsqlite3-dev libgl-dev
     libxlsxwriter-dev libminizip-dev
+    libqt6sql6-psql postgresql clang-14 libclang-rt-14-dev
     clang-format fonts-dejavu-core xvfb xauth poppler-utils
 )
 
