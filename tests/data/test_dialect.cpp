@@ -116,13 +116,6 @@ private slots:
             QTest::newRow(name) << jet << QString::fromLatin1(field)
                                 << (*expected ? list(expected) : QStringList());
         };
-        const QString join3 = QStringLiteral(
-            "SELECT * FROM (((NivelCategoria3 "
-            "LEFT JOIN NivelCategoria2 ON NivelCategoria2.Codigo = NivelCategoria3.CodigoCategoria2) "
-            "LEFT JOIN NivelCategoria1 ON NivelCategoria1.Codigo = NivelCategoria2.CodigoCategoria1) "
-            "LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = NivelCategoria1.CodigoCategoria0) "
-            "ORDER BY NivelCategoria0.Nome, NivelCategoria1.Nome, NivelCategoria2.Nome, "
-            "NivelCategoria3.Nome;");
         const QString join1 = QStringLiteral(
             "SELECT * FROM (NivelCategoria1 "
             "LEFT JOIN NivelCategoria0 ON NivelCategoria0.Codigo = NivelCategoria1.CodigoCategoria0) "
@@ -130,7 +123,6 @@ private slots:
         row("level-4 chain", join4 + order4, "NivelCategoria4.Codigo", "6|7|8|5|4|3|2|1|9");
         row("level-4 chain, Null Travado", join4 + order4, "NivelCategoria1.Travado",
             "<null>|<null>|<null>|1|1|1|1|1|0");
-        row("level-3 chain", join3, "NivelCategoria3.Codigo", "5|6|4|3|2|1|7");
         row("level-1 chain", join1, "NivelCategoria1.Codigo", "3|2|1|4");
         row("level-4 chain with WHERE", join4 + QStringLiteral("WHERE NivelCategoria1.Codigo = 3 ") + order4,
             "NivelCategoria4.Nome", "Aluguel da loja|Condomínio|Conta de luz");
@@ -139,9 +131,6 @@ private slots:
         row("children of a category",
             "SELECT * FROM NivelCategoria1 WHERE CodigoCategoria0 = 2 ORDER BY Nome", "Nome",
             "Despesas Administrativas|Despesas Fornecedores");
-        row("children with semicolon",
-            "SELECT * FROM NivelCategoria4 WHERE CodigoCategoria3 = 5 ORDER BY Nome;", "Nome",
-            "Aluguel da loja|Condomínio");
         row("lines and products",
             "SELECT Linhas.CodigoLinha, Linhas.NomeLinha, Linhas.Insumo, Produtos.* "
             "FROM Linhas INNER JOIN Produtos ON Linhas.CodigoLinha = Produtos.CodigoLinha "
@@ -151,15 +140,10 @@ private slots:
             "SELECT Linhas.NomeLinha, Linhas.Insumo FROM Linhas WHERE Insumo = False "
             "ORDER BY Linhas.NomeLinha;",
             "NomeLinha", "<null>|Pães|Sorvetes");
-        row("product list",
-            "SELECT * FROM Produtos WHERE Produtos.CodigoLinha = 1 ORDER BY Produtos.NomeProduto;",
-            "NomeProduto", "<null>|Baguete|Pão francês");
         row("purchased items",
             "SELECT CompraProdutos.CodigoProduto, CompraProdutos.Produto "
             "FROM CompraProdutos WHERE Produto = False; ",
             "CodigoProduto", "6|8");
-        row("sales of an item", "SELECT CodigoProduto FROM VendaProdutos WHERE CodigoProduto = 9",
-            "CodigoProduto", "9");
         row("report marks", "SELECT * FROM RelatorioItens WHERE CodigoRelatorio = 1", "CodigoConta",
             "2|3|5|5|6|6|7|8");
         row("marked count", "SELECT COUNT(*) AS Items FROM NivelCategoria4 WHERE Marca = True", "Items", "0");
