@@ -2,7 +2,6 @@
 #include "reports/dataperiodo.h"
 #include "reports/format.h"
 #include "reports/relpersonal.h"
-#include "reports/totals.h"
 #include "support/testregistry.h"
 
 #include <QListWidget>
@@ -99,43 +98,6 @@ private slots:
         QCOMPARE(terms.size(), size_t(2));
         QCOMPARE(table.lines[size_t(terms[1].first)].text + QString::number(terms[1].second),
             QStringLiteral("Total de Despesas-1"));
-    }
-
-    // Every item of the demo in one report: each amount is what the one-item routine gives.
-    void bulkEqualsLiteral()
-    {
-        test::TestCompany company(test::TestCompany::Seed::Demo);
-        company.closeSql();
-        auto database = Database::open(company.databasePath());
-        QStringList entries;
-        std::vector<totals::ItemPath> paths;
-        auto join = database->openRecordset(totals::ancestorJoinQuery(4, {}), RecordsetType::Snapshot);
-        for (; !join->eof(); join->moveNext()) {
-            QStringList names;
-            for (int level = 0; level < 5; ++level) {
-                names << join->value(QStringLiteral("NivelCategoria%1.Nome").arg(level)).toString();
-                entries << pathEntry(names.back(), level, level == 4);
-            }
-            paths.push_back({names[0], names[1], names[2], names[3], names[4]});
-        }
-        const QDate from(2025, 10, 1), to = test::TestCompany::demoToday();
-        const Table table = relPersonalTable(*database, entries, {}, from, to, to);
-        size_t item = 0;
-        double income = 0;
-        for (const Line& line : table.lines) {
-            if (line.kind != Line::Kind::Detail)
-                continue;
-            const totals::ItemPath& path = paths.at(item++);
-            const bool sales = path.categoria == QStringLiteral("Receitas");
-            QString sql;
-            const totals::Totals literal = sales ? totals::SomaVendas(*database, sql, path, from, to)
-                                                 : totals::SomaCompras(*database, sql, path, from, to);
-            QCOMPARE(formatMoney(line.amount.value_or(0)), formatMoney(literal.money));
-            QCOMPARE(line.quantity.value_or(0), literal.quantity);
-            income += sales ? literal.money : 0;
-        }
-        QVERIFY(item == paths.size() && income > 0);
-        QCOMPARE(formatMoney(*table.lines[table.lines.size() - 3].amount), formatMoney(income));
     }
 
     // "Ver" walks the main tree's marks into the same entries the saved definition gives.

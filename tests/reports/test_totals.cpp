@@ -63,35 +63,25 @@ private slots:
         // row in name order counts for both, whatever order the rows were stored in.
         QTest::newRow("seeded, names on two paths")
             << 0 << March1 << March31
-            << QStringList {QStringLiteral("INSERT INTO NivelCategoria0 (Codigo, Nome) VALUES (90, 'Aaa')"),
-                   QStringLiteral("INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0) "
-                                  "VALUES (91, 'receitas financeiras', 90)"),
-                   QStringLiteral("INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1) "
-                                  "VALUES (92, 'Vendas Produtos', 91)"),
-                   QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) "
-                                  "VALUES (93, 'APLICAÇÕES', 92)"),
-                   QStringLiteral(
-                       "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) VALUES (94, 'cdb', 93)"),
-                   QStringLiteral(
-                       "INSERT INTO Linhas (CodigoLinha, NomeLinha, Insumo) VALUES (95, 'PÃES', NULL)"),
-                   QStringLiteral("INSERT INTO Produtos (CodigoProduto, CodigoLinha, NomeProduto) "
-                                  "VALUES (96, 95, 'PÃO FRANCÊS')"),
-                   QStringLiteral(
-                       "INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES (900, '2026-03-15', 1)"),
-                   QStringLiteral(
-                       "INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, "
-                       "PrecoUnit, QdeComprada) VALUES (900, 94, 91, 0, 5, 2), (900, 96, 95, 1, 3, 1)")};
+            << QStringLiteral(
+                   "INSERT INTO NivelCategoria0 VALUES (90, 'Aaa');"
+                   "INSERT INTO NivelCategoria1 VALUES (91, 'receitas financeiras', 90, NULL);"
+                   "INSERT INTO NivelCategoria2 VALUES (92, 'Vendas Produtos', 91, NULL);"
+                   "INSERT INTO NivelCategoria3 VALUES (93, 'APLICAÇÕES', 92);"
+                   "INSERT INTO NivelCategoria4 VALUES (94, 'cdb', 93, 0, 0);"
+                   "INSERT INTO Linhas VALUES (95, 'PÃES', NULL);"
+                   "INSERT INTO Produtos VALUES (96, 95, 'PÃO FRANCÊS');"
+                   "INSERT INTO Venda VALUES (900, '2026-03-15', 1);"
+                   "INSERT INTO VendaProdutos VALUES (900, 94, 91, 0, 5, 2), (900, 96, 95, 1, 3, 1)")
+                   .split(u';');
         // An account whose group is gone has no path: nothing counts for it.
         QTest::newRow("seeded, an account without its group")
             << 0 << March1 << March31
-            << QStringList {QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) "
-                                           "VALUES (97, 'Solta', 999)"),
-                   QStringLiteral("INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) VALUES (98, "
-                                  "'Sem grupo', 97)"),
-                   QStringLiteral(
-                       "INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES (901, '2026-03-16', 1)"),
-                   QStringLiteral("INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, "
-                                  "PrecoUnit, QdeComprada) VALUES (901, 98, 0, 0, 7, 1)")};
+            << QStringLiteral("INSERT INTO NivelCategoria3 VALUES (97, 'Solta', 999);"
+                              "INSERT INTO NivelCategoria4 VALUES (98, 'Sem grupo', 97, 0, 0);"
+                              "INSERT INTO Venda VALUES (901, '2026-03-16', 1);"
+                              "INSERT INTO VendaProdutos VALUES (901, 98, 0, 0, 7, 1)")
+                   .split(u';');
     }
     void bulkEqualsLiteral()
     {

@@ -88,7 +88,12 @@ int pdfPages(const QString& fileName)
 class TestVisualiza : public QObject {
     Q_OBJECT
 
+    AppState m_state;
+    test::FakeDesktop m_desktop;
+
 private slots:
+    void init() { m_desktop = test::FakeDesktop(); }
+
     void toolbar_data()
     {
         QTest::addColumn<QString>("key");
@@ -118,9 +123,7 @@ private slots:
         QFETCH(QString, key);
         QFETCH(QString, caption);
         QFETCH(QString, tooltip);
-        AppState state;
-        test::FakeDesktop desktop;
-        Visualiza window(state, desktop);
+        Visualiza window(m_state, m_desktop);
         QAction* tool = window.Visual->tool(key);
         QVERIFY(tool);
         QCOMPARE(tool->text(), caption);
@@ -131,11 +134,9 @@ private slots:
 
     void shortToolbarStillTranslated()
     {
-        AppState state;
-        test::FakeDesktop desktop;
         const QStringList keys {
             QStringLiteral("Copy"), QStringLiteral("NextPage"), QStringLiteral("Display")};
-        Visualiza window(state, desktop, new ReportViewer(desktop, nullptr, keys));
+        Visualiza window(m_state, m_desktop, new ReportViewer(m_desktop, nullptr, keys));
         QStringList captions;
         for (QAction* tool : window.Visual->tools())
             captions << tool->text();
@@ -147,9 +148,7 @@ private slots:
 
     void runReportAtZoom100UnderItsCaption()
     {
-        AppState state;
-        test::FakeDesktop desktop;
-        Visualiza window(state, desktop);
+        Visualiza window(m_state, m_desktop);
         window.Visual->zoomStep(1);
         window.RunReport(sampleReport());
         QCOMPARE(window.Visual->zoom(), 100);
@@ -171,8 +170,7 @@ private slots:
     {
         QFETCH(QString, choice);
         QFETCH(bool, wholePage);
-        test::FakeDesktop desktop;
-        ReportViewer viewer(desktop);
+        ReportViewer viewer(m_desktop);
         viewer.addDisplayChoice(choice, 0);
         viewer.setReportSource(sampleReport());
         viewer.resize(900, 700);
@@ -217,8 +215,7 @@ private slots:
     {
         QFETCH(QString, steps);
         QFETCH(QString, pages);
-        test::FakeDesktop desktop;
-        ReportViewer viewer(desktop);
+        ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport());
         QCOMPARE(walk(viewer, steps), pages);
     }
@@ -245,8 +242,7 @@ private slots:
         QFETCH(QString, text);
         QFETCH(QString, pages);
         QFETCH(QString, result);
-        test::FakeDesktop desktop;
-        ReportViewer viewer(desktop);
+        ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport());
         viewer.goToPage(from);
         viewer.tool(QStringLiteral("Find"))->trigger();
@@ -263,9 +259,7 @@ private slots:
 
     void keysInTheFindBarStayInIt()
     {
-        AppState state;
-        test::FakeDesktop desktop;
-        Visualiza window(state, desktop);
+        Visualiza window(m_state, m_desktop);
         window.RunReport(sampleReport());
         window.show();
         QVERIFY(QTest::qWaitForWindowExposed(&window));
@@ -281,8 +275,7 @@ private slots:
 
     void copyGivesThePageText()
     {
-        test::FakeDesktop desktop;
-        ReportViewer viewer(desktop);
+        ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport());
         viewer.goToPage(2);
         viewer.tool(QStringLiteral("Copy"))->trigger();
@@ -300,9 +293,7 @@ private slots:
     void resizeKeepsTheViewerFilling()
     {
         QFETCH(QSize, size);
-        AppState state;
-        test::FakeDesktop desktop;
-        Visualiza window(state, desktop);
+        Visualiza window(m_state, m_desktop);
         window.RunReport(sampleReport());
         window.show();
         window.resize(size);
@@ -312,8 +303,7 @@ private slots:
 
     void multiplePagesPaintOnlyThoseInSight()
     {
-        test::FakeDesktop desktop;
-        ReportViewer viewer(desktop);
+        ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport(300));
         viewer.resize(900, 700);
         viewer.show();
@@ -340,8 +330,7 @@ private slots:
         QFETCH(int, pages);
         QTemporaryDir folder;
         const QString output = folder.filePath(QStringLiteral("impresso.pdf"));
-        test::FakeDesktop desktop;
-        ReportViewer viewer(desktop);
+        ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport());
         viewer.goToPage(1);
         viewer.askPrinter = [&](QPrinter& printer) {
@@ -382,8 +371,7 @@ private slots:
         QFETCH(QString, written);
         QFETCH(QByteArray, start);
         QTemporaryDir folder;
-        test::FakeDesktop desktop;
-        ReportViewer viewer(desktop);
+        ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport());
         viewer.askFileName = [&](const QString&, const QString&, const QString&, QString* picked) {
             if (picked && !filter.isEmpty())
@@ -392,7 +380,7 @@ private slots:
         };
         viewer.tool(tool)->trigger();
         QStringList titles;
-        for (const test::Box& box : desktop.boxes)
+        for (const test::Box& box : m_desktop.boxes)
             titles << box.title;
         if (written.isEmpty()) {
             QCOMPARE(titles.join(QLatin1Char('|')), QString::fromUtf8(start));
