@@ -6,6 +6,8 @@
 
 #include <QDateTime>
 
+#include <limits>
+
 namespace varemo::criteria {
 
 namespace {
@@ -19,6 +21,11 @@ JetError typeMismatch()
 {
     return JetError(
         jet::TypeMismatch, QStringLiteral("Tipo de dados incompatível na expressão de critério."));
+}
+
+JetError tooComplex()
+{
+    return JetError(jet::QueryTooComplex, QStringLiteral("Consulta muito complexa."));
 }
 
 bool isNull(const QVariant& value)
@@ -169,7 +176,7 @@ private:
     {
         if (!word(upper))
             return false;
-        ++m_at;
+        take();
         return true;
     }
     bool takeOperator(const char* op)
@@ -177,9 +184,19 @@ private:
         const Token* token = peek();
         if (!token || !token->isOperator(op))
             return false;
-        ++m_at;
+        take();
         return true;
     }
+    // Every operator and parenthesis nests the compiled expression one call deeper, when it
+    // is parsed and on every row; past a few hundred Jet gives up too, and so must we before
+    // the stack does.
+    void take()
+    {
+        ++m_at;
+        if (++m_operators > MaxOperators)
+            throw tooComplex();
+    }
+    static constexpr int MaxOperators = 256;
     void expectPunct(char c)
     {
         const Token* token = peek();
@@ -202,6 +219,7 @@ private:
     const Resolver& m_resolve;
     QVector<Token> m_tokens;
     qsizetype m_at = 0;
+    int m_operators = 0;
 };
 
 Value Parser::orExpression()
@@ -209,7 +227,7 @@ Value Parser::orExpression()
     Value left = andExpression();
     while (takeWord("OR")) {
         Value right = andExpression();
-        left = [left, right](const Row& row) -> QVariant {
+        left = [left = std::move(left), right = std::move(right)](const Row& row) -> QVariant {
             const QVariant a = left(row);
             if (!isNull(a) && truth(a))
                 return logical(true);
@@ -227,7 +245,7 @@ Value Parser::andExpression()
     Value left = notExpression();
     while (takeWord("AND")) {
         Value right = notExpression();
-        left = [left, right](const Row& row) -> QVariant {
+        left = [left = std::move(left), right = std::move(right)](const Row& row) -> QVariant {
             const QVariant a = left(row);
             if (!isNull(a) && !truth(a))
                 return logical(false);
@@ -242,7 +260,7 @@ Value Parser::andExpression()
 
 Value negation(Value inner)
 {
-    return [inner](const Row& row) -> QVariant {
+    return [inner = std::move(inner)](const Row& row) -> QVariant {
         const QVariant value = inner(row);
         return isNull(value) ? QVariant() : logical(!truth(value));
     };
@@ -257,7 +275,7 @@ Value Parser::notExpression()
 
 Value compare(const QString& op, Value left, Value right)
 {
-    return [op, left, right](const Row& row) -> QVariant {
+    return [op, left = std::move(left), right = std::move(right)](const Row& row) -> QVariant {
         const QVariant a = left(row);
         const QVariant b = right(row);
         if (isNull(a) || isNull(b))
@@ -287,14 +305,15 @@ Value Parser::comparison()
         QStringLiteral(">"), QStringLiteral("<="), QStringLiteral(">=")};
     if (token->kind == Kind::Operator && comparisons.contains(token->text)) {
         const QString op = token->text;
-        ++m_at;
-        return compare(op, left, concatenation());
+        take();
+        return compare(op, std::move(left), concatenation());
     }
     if (takeWord("IS")) {
         const bool negated = takeWord("NOT");
         if (!takeWord("NULL"))
             fail();
-        return [left, negated](const Row& row) { return logical(isNull(left(row)) != negated); };
+        return [left = std::move(left), negated](
+                   const Row& row) { return logical(isNull(left(row)) != negated); };
     }
     const bool negated = word("NOT") && (word("LIKE", 1) || word("BETWEEN", 1) || word("IN", 1));
     if (negated)
@@ -306,7 +325,7 @@ Value Parser::comparison()
             && !jettext::likePatternValid(jettext::stringValue(*patternToken)))
             fail();
         Value pattern = concatenation();
-        test = [left, pattern](const Row& row) -> QVariant {
+        test = [left = std::move(left), pattern = std::move(pattern)](const Row& row) -> QVariant {
             const QVariant value = left(row);
             const QVariant mask = pattern(row);
             if (isNull(value) || isNull(mask))
@@ -322,7 +341,7 @@ Value Parser::comparison()
         Value high = concatenation();
         Value atLeast = compare(QStringLiteral(">="), left, low);
         Value atMost = compare(QStringLiteral("<="), left, high);
-        test = [atLeast, atMost](const Row& row) -> QVariant {
+        test = [atLeast = std::move(atLeast), atMost = std::move(atMost)](const Row& row) -> QVariant {
             const QVariant a = atLeast(row);
             const QVariant b = atMost(row);
             if ((!isNull(a) && !a.toBool()) || (!isNull(b) && !b.toBool()))
@@ -337,7 +356,7 @@ Value Parser::comparison()
             options.push_back(concatenation());
         }
         expectPunct(')');
-        test = [left, options](const Row& row) -> QVariant {
+        test = [left = std::move(left), options = std::move(options)](const Row& row) -> QVariant {
             const QVariant value = left(row);
             if (isNull(value))
                 return {};
@@ -361,7 +380,7 @@ Value Parser::concatenation()
     Value left = additive();
     while (takeOperator("&")) {
         Value right = additive();
-        left = [left, right](const Row& row) -> QVariant {
+        left = [left = std::move(left), right = std::move(right)](const Row& row) -> QVariant {
             const QVariant a = left(row);
             const QVariant b = right(row);
             if (isNull(a) && isNull(b))
@@ -374,7 +393,7 @@ Value Parser::concatenation()
 
 Value arithmetic(QChar op, Value left, Value right)
 {
-    return [op, left, right](const Row& row) -> QVariant {
+    return [op, left = std::move(left), right = std::move(right)](const Row& row) -> QVariant {
         const QVariant a = left(row);
         const QVariant b = right(row);
         if (isNull(a) || isNull(b))
@@ -384,7 +403,13 @@ Value arithmetic(QChar op, Value left, Value right)
         const bool integral = isIntegral(a) && isIntegral(b);
         if (integral && op != QLatin1Char('/')) {
             const qint64 x = a.toLongLong(), y = b.toLongLong();
-            return op == QLatin1Char('+') ? x + y : op == QLatin1Char('-') ? x - y : x * y;
+            qint64 result = 0;
+            const bool overflow = op == QLatin1Char('+') ? __builtin_add_overflow(x, y, &result)
+                : op == QLatin1Char('-')                 ? __builtin_sub_overflow(x, y, &result)
+                                                         : __builtin_mul_overflow(x, y, &result);
+            // a result past the range of whole numbers is worked out as a fraction, as Jet widens it
+            if (!overflow)
+                return result;
         }
         const double x = number(a), y = number(b);
         if (op == QLatin1Char('/'))
@@ -398,9 +423,9 @@ Value Parser::additive()
     Value left = term();
     for (;;) {
         if (takeOperator("+"))
-            left = arithmetic(QLatin1Char('+'), left, term());
+            left = arithmetic(QLatin1Char('+'), std::move(left), term());
         else if (takeOperator("-"))
-            left = arithmetic(QLatin1Char('-'), left, term());
+            left = arithmetic(QLatin1Char('-'), std::move(left), term());
         else
             return left;
     }
@@ -411,9 +436,9 @@ Value Parser::term()
     Value left = unary();
     for (;;) {
         if (takeOperator("*"))
-            left = arithmetic(QLatin1Char('*'), left, unary());
+            left = arithmetic(QLatin1Char('*'), std::move(left), unary());
         else if (takeOperator("/"))
-            left = arithmetic(QLatin1Char('/'), left, unary());
+            left = arithmetic(QLatin1Char('/'), std::move(left), unary());
         else
             return left;
     }
@@ -423,11 +448,11 @@ Value Parser::unary()
 {
     if (takeOperator("-")) {
         Value inner = unary();
-        return [inner](const Row& row) -> QVariant {
+        return [inner = std::move(inner)](const Row& row) -> QVariant {
             const QVariant value = inner(row);
             if (isNull(value))
                 return {};
-            if (isIntegral(value))
+            if (isIntegral(value) && value.toLongLong() != std::numeric_limits<qint64>::min())
                 return -value.toLongLong();
             return -number(value);
         };
@@ -442,6 +467,8 @@ Value Parser::primary()
         fail();
     ++m_at;
     if (token->isPunct('(')) {
+        if (++m_operators > MaxOperators)
+            throw tooComplex();
         Value inner = orExpression();
         expectPunct(')');
         return inner;
@@ -483,7 +510,7 @@ Value Parser::primary()
 Predicate compile(const QString& text, const Resolver& resolve)
 {
     Value value = Parser(text, resolve).parse();
-    return [value](const Row& row) {
+    return [value = std::move(value)](const Row& row) {
         const QVariant result = value(row);
         return !isNull(result) && truth(result);
     };

@@ -174,7 +174,6 @@ int bindValue(sqlite3_stmt* statement, int index, const QVariant& value)
 class Statement {
 public:
     Statement(sqlite3* handle, const QString& sql)
-        : m_handle(handle)
     {
         const QByteArray text = sql.toUtf8();
         const char* tail = nullptr;
@@ -199,7 +198,6 @@ public:
     sqlite3_stmt* get() const { return m_statement; }
 
 private:
-    sqlite3* m_handle;
     sqlite3_stmt* m_statement = nullptr;
     int m_rc = SQLITE_OK;
     bool m_trailing = false;

@@ -88,9 +88,9 @@ std::vector<Purchase> ordinaryDocuments(Rng& rng, const std::vector<const Item*>
         const auto amount = [&, base = conta->base](const Item* item, double spread) {
             return base * factor.value(item->codigo) * rng.uniform(1 - spread, 1 + spread);
         };
-        const auto everyItem = [&](double spread) {
+        const auto everyItem = [&, &all = contaItems](double spread) {
             std::vector<DocLine> lines;
-            for (const Item* item : contaItems)
+            for (const Item* item : all)
                 lines.push_back(itemLine(*item, amount(item, spread)));
             return lines;
         };

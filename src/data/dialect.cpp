@@ -410,9 +410,11 @@ Translation Translator::run()
         return insert(first);
     if (head.isWord("UPDATE"))
         return update(first);
-    Translation translation;
-    translation.sql = join(0, m_tokens.size());
-    return translation;
+    // Anything else would reach the engine as it is: a COMMIT or a ROLLBACK would end the
+    // action's transaction halfway, a PRAGMA or an ATTACH change the connection itself.
+    throw JetError(jet::InvalidStatement,
+        QStringLiteral(
+            "Instrução SQL inválida; 'DELETE', 'INSERT', 'PROCEDURE', 'SELECT' ou 'UPDATE' esperado."));
 }
 
 } // namespace detail

@@ -54,6 +54,8 @@ inline constexpr qint32 UnknownField = 3070;
 inline constexpr qint32 MustBeUpdatableQuery = 3073;
 inline constexpr qint32 GeneralError = 3000;
 inline constexpr qint32 DiskOrNetwork = 3043;
+inline constexpr qint32 QueryTooComplex = 3360;
+inline constexpr qint32 InvalidStatement = 3129;
 } // namespace jet
 
 } // namespace varemo
