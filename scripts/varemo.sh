@@ -36,6 +36,38 @@ build() {
     cmake --build --preset "$preset" -- -j "$(nproc)"
 }
 
+# The data layer's fuzz targets (clang's libFuzzer), both at once for a bounded time from the
+# committed seeds. A crash, a sanitizer report or any exception but Jet's fails the run; the
+# unit that did it is left in build/fuzz/. One line per target with its executions.
+fuzz() {
+    if ! command -v clang++-14 >/dev/null; then
+        echo "ERRO: clang++-14 não encontrado; o fuzzing da camada de dados não pode rodar" >&2
+        return 1
+    fi
+    cmake --preset fuzz >/dev/null || return 1
+    cmake --build --preset fuzz -- -j "$(nproc)" || return 1
+    local target failed=0
+    for target in criteria dialect; do
+        rm -rf "build/fuzz/corpus_$target"
+        mkdir -p "build/fuzz/corpus_$target"
+        "build/fuzz/tests/fuzz/fuzz_$target" -max_total_time=45 -max_len=512 -dict=tests/fuzz/jet.dict \
+            -artifact_prefix="build/fuzz/fuzz_$target-" "build/fuzz/corpus_$target" "tests/fuzz/corpus/$target" \
+            >"build/fuzz/fuzz_$target.log" 2>&1 &
+    done
+    wait
+    for target in criteria dialect; do
+        local log="build/fuzz/fuzz_$target.log"
+        if grep -q -E '^Done [0-9]+ runs' "$log"; then
+            sed -n -E "s/^Done ([0-9]+) runs in ([0-9]+) second.*/fuzz_$target: \1 execuções em \2 s, sem falhas/p" "$log"
+        else
+            echo "fuzz_$target: FALHOU (registro em $log)"
+            grep -E 'ERROR|defect|runtime error|SUMMARY|Test unit written' "$log" | head -20
+            failed=1
+        fi
+    done
+    return "$failed"
+}
+
 case "${1:-}" in
 demo)
     install_missing
@@ -44,10 +76,11 @@ demo)
     ;;
 test)
     install_missing
+    status=0
+    fuzz || status=1
     build ci
     # ctest prints its timing after the summary; keep the summary as the last line.
     log=$(mktemp)
-    status=0
     ctest --preset ci -j "$(nproc)" >"$log" 2>&1 || status=$?
     grep -v -E '^[0-9]+% tests passed' "$log" || true
     grep -E '^[0-9]+% tests passed' "$log" || echo "ctest did not finish"

@@ -1,0 +1,274 @@
+#include "data/database.h"
+#include "data/errors.h"
+#include "support/company.h"
+#include "support/testregistry.h"
+
+#include <QDate>
+#include <QRandomGenerator>
+#include <QSqlQuery>
+#include <QSqlRecord>
+#include <QTest>
+
+using varemo::Database;
+using varemo::JetError;
+using varemo::Recordset;
+using varemo::RecordsetType;
+using varemo::test::TestCompany;
+
+namespace {
+
+constexpr int CasesPerSeed = 100;
+
+// Random texts and Jet literals drawn from one seed: accents in both cases, apostrophes and
+// the characters Like treats specially.
+class Draw {
+public:
+    explicit Draw(quint32 seed)
+        : m_random(seed)
+    {
+    }
+    int below(int n) { return static_cast<int>(m_random.bounded(n)); }
+    int between(int low, int high) { return low + below(high - low + 1); }
+    bool coin() { return below(2) == 0; }
+    template<typename T> const T& pick(std::initializer_list<T> list)
+    {
+        return list.begin()[below(int(list.size()))];
+    }
+    QString word(const char* chars = "aAáÁçÇeÉõ o'#[]*?%_1")
+    {
+        const QString alphabet = QString::fromUtf8(chars);
+        QString text;
+        for (int n = below(5); n > 0; --n)
+            text += alphabet[below(int(alphabet.size()))];
+        return text;
+    }
+    QString op() { return QString::fromLatin1(pick({"=", "<>", "<", ">", "<=", ">="})); }
+    QDate day() { return QDate(2020, 1, 1).addDays(below(90)); }
+
+    // A Like pattern in Jet's words, and the same as an SQLite GLOB with the case classes
+    // Jet's Like compares by (accents kept).
+    std::pair<QString, QString> pattern()
+    {
+        QString jet, glob;
+        for (int n = below(4); n > 0; --n) {
+            switch (below(6)) {
+            case 0:
+                jet += QLatin1Char('*'), glob += QLatin1Char('*');
+                break;
+            case 1:
+                jet += QLatin1Char('?'), glob += QLatin1Char('?');
+                break;
+            case 2:
+                jet += QLatin1Char('#'), glob += QLatin1String("[0-9]");
+                break;
+            case 3:
+                jet += QLatin1String("[!aç]"), glob += QStringLiteral("[^aAçÇ]");
+                break;
+            default:
+                for (const QChar c : word("aAáÁçÇeÉõ o'#[]*?")) {
+                    const bool special = QStringLiteral("#[*?").contains(c);
+                    jet += special ? QLatin1Char('[') + c + QLatin1Char(']') : QString(c);
+                    glob += c == QLatin1Char('#') ? QString(c)
+                        : special || c.toLower() == c.toUpper()
+                        ? QLatin1Char('[') + c + QLatin1Char(']')
+                        : QLatin1Char('[') + c.toLower() + c.toUpper() + QLatin1Char(']');
+                }
+            }
+        }
+        return {jet, glob};
+    }
+
+private:
+    QRandomGenerator m_random;
+};
+
+QString literal(const QString& text)
+{
+    return QLatin1Char('\'') + QString(text).replace(QLatin1Char('\''), QLatin1String("''"))
+        + QLatin1Char('\'');
+}
+
+QString jetDate(QDate day)
+{
+    return day.toString(QStringLiteral("'#'MM/dd/yyyy'#'"));
+}
+
+QString shown(const QVariant& value)
+{
+    if (value.isNull())
+        return QStringLiteral("Null");
+    return value.typeId() == QMetaType::Bool ? QString::number(value.toBool() ? 1 : 0) : value.toString();
+}
+
+// The rows of an SQLite query on the program's own connection, one text per row, in order.
+QStringList sqliteRows(Database& db, const QString& sql, int* affected = nullptr)
+{
+    QSqlQuery query(db.connection());
+    if (!query.exec(sql))
+        return {QStringLiteral("failed: ") + sql};
+    if (affected)
+        *affected = query.numRowsAffected();
+    QStringList rows;
+    while (query.next()) {
+        QStringList cells;
+        for (int c = 0; c < query.record().count(); ++c)
+            cells << shown(query.value(c));
+        rows << cells.join(QLatin1Char('|'));
+    }
+    return rows;
+}
+
+QStringList recordsetRows(const Recordset& rs, int width = -1)
+{
+    QStringList rows;
+    for (const auto& row : rs.rows()) {
+        QStringList cells;
+        for (int c = 0; c < (width < 0 ? row.size() : width); ++c)
+            cells << shown(row.at(c));
+        rows << cells.join(QLatin1Char('|'));
+    }
+    return rows;
+}
+
+// One condition on table T as a find's criteria text.
+QString atom(Draw& d)
+{
+    const QString text = d.pick({QStringLiteral("Nome"), QStringLiteral("Obs")});
+    const QString number = d.pick({QStringLiteral("Numero"), QStringLiteral("Codigo")});
+    const QString no = d.coin() ? QStringLiteral("Not ") : QString();
+    switch (d.below(11)) {
+    case 0:
+        return text + d.op() + literal(d.word());
+    case 2:
+        return number + d.op() + QString::number(d.between(-6, 14));
+    case 3:
+        return QStringLiteral("Marca ") + d.pick({"=", "<>"}) + QLatin1Char(' ') + d.pick({"True", "False"});
+    case 4:
+        return QStringLiteral("Dia ") + d.op() + jetDate(d.day());
+    case 5:
+        return text + QLatin1Char(' ') + no + QStringLiteral("Like ") + literal(d.pattern().first);
+    case 6:
+        return d.pick({QStringLiteral("Nome"), QStringLiteral("Numero"), QStringLiteral("Marca"),
+                   QStringLiteral("Dia")})
+            + QStringLiteral(" Is ") + no + QStringLiteral("Null");
+    case 7:
+        return QStringLiteral("Numero %1Between %2 And %3")
+            .arg(no)
+            .arg(d.between(-3, 2))
+            .arg(d.between(2, 8));
+    case 8:
+        return d.coin()
+            ? QStringLiteral("Numero %1In (%2, %3)").arg(no).arg(d.between(-3, 5)).arg(d.between(-3, 5))
+            : text + QLatin1Char(' ') + no
+                + QStringLiteral("In (%1, %2)").arg(literal(d.word()), literal(d.word()));
+    case 9:
+        return QStringLiteral("Numero %1 %2 %3 %4")
+            .arg(QString::fromLatin1(d.pick({"+", "-", "*", "/"})))
+            .arg(d.below(4))
+            .arg(d.op())
+            .arg(d.between(-4, 8));
+    default:
+        return d.pick({QStringLiteral("Nome"), QStringLiteral("Numero"), literal(d.word())})
+            + QStringLiteral(" & ") + d.pick({QStringLiteral("Obs"), literal(d.word())}) + d.op()
+            + literal(d.word());
+    }
+}
+
+QString criteriaText(Draw& d, int depth = 3)
+{
+    switch (depth == 0 ? 0 : d.below(4)) {
+    case 0:
+        return atom(d);
+    case 1:
+        return QStringLiteral("(%1) %2 (%3)")
+            .arg(criteriaText(d, depth - 1), d.pick({"And", "OR"}), criteriaText(d, depth - 1));
+    case 2:
+        return QStringLiteral("Not (%1)").arg(criteriaText(d, depth - 1));
+    default:
+        return criteriaText(d, depth - 1) + QLatin1Char(' ') + d.pick({"AND", "or"}) + QLatin1Char(' ')
+            + atom(d);
+    }
+}
+
+} // namespace
+
+class TestProperties : public QObject {
+    Q_OBJECT
+
+    std::unique_ptr<TestCompany> m_company;
+    std::unique_ptr<Database> m_db;
+
+    static void seeds()
+    {
+        QTest::addColumn<quint32>("seed");
+        for (const quint32 seed : {1u, 2u, 3u})
+            QTest::addRow("seed %u", seed) << seed;
+    }
+
+    void exec(const QString& sql) { QVERIFY2(QSqlQuery(m_db->connection()).exec(sql), qPrintable(sql)); }
+
+    // Up to twelve rows of T with every kind of value, Nulls among them.
+    void fillT(Draw& d, int most = 12)
+    {
+        exec(QStringLiteral("DELETE FROM T"));
+        for (int n = d.below(most + 1); n > 0; --n) {
+            const auto maybe
+                = [&](const QString& value) { return d.below(4) == 0 ? QStringLiteral("NULL") : value; };
+            exec(QStringLiteral("INSERT INTO T (Nome, Numero, Marca, Dia, Obs) VALUES (%1, %2, %3, %4, %5)")
+                     .arg(maybe(literal(d.word())), maybe(QString::number(d.between(-5, 5))),
+                         maybe(QString::number(d.below(2))), maybe(literal(d.day().toString(Qt::ISODate))),
+                         maybe(literal(d.word()))));
+        }
+    }
+
+private slots:
+    void init()
+    {
+        m_company = std::make_unique<TestCompany>(TestCompany::Seed::Small);
+        m_company->exec(QStringLiteral("CREATE TABLE T (Codigo INTEGER PRIMARY KEY AUTOINCREMENT, Nome TEXT, "
+                                       "Numero INTEGER, Marca BOOLEAN, Dia DATE, Obs TEXT COLLATE NOCASE)"));
+        m_company->closeSql();
+        m_db = Database::open(m_company->databasePath());
+        exec(QStringLiteral("PRAGMA synchronous = OFF"));
+    }
+    void cleanup()
+    {
+        m_db.reset();
+        m_company.reset();
+    }
+
+    // Finds over a table select exactly the rows SQLite selects with the translated WHERE,
+    // each once, in order, forwards and backwards.
+    void findsSelectWhatSqliteSelects_data() { seeds(); }
+    void findsSelectWhatSqliteSelects()
+    {
+        QFETCH(quint32, seed);
+        Draw d(seed);
+        for (int n = 0; n < CasesPerSeed; ++n) {
+            fillT(d);
+            const QString criteria = criteriaText(d);
+            QStringList expected, forwards, backwards;
+            try {
+                const auto selected
+                    = m_db->openRecordset(QStringLiteral("SELECT Codigo FROM T WHERE ") + criteria);
+                expected = recordsetRows(*selected);
+                const auto rs = m_db->openRecordset(QStringLiteral("T"), RecordsetType::Table);
+                for (bool found = rs->findFirst(criteria); found; found = rs->findNext(criteria))
+                    forwards << shown(rs->value(QStringLiteral("Codigo")));
+                for (bool found = rs->findLast(criteria); found; found = rs->findPrevious(criteria))
+                    backwards.prepend(shown(rs->value(QStringLiteral("Codigo"))));
+            } catch (const JetError& error) {
+                QFAIL(qPrintable(criteria + QStringLiteral(": ") + error.description()));
+            }
+            QVERIFY2(forwards == expected && backwards == expected,
+                qPrintable(criteria + QStringLiteral("\nrows: ")
+                    + sqliteRows(*m_db, QStringLiteral("SELECT * FROM T")).join(QLatin1String("; "))
+                    + QStringLiteral("\nsqlite: ") + expected.join(QLatin1Char(','))
+                    + QStringLiteral(" finds: ") + forwards.join(QLatin1Char(',')) + QStringLiteral(" back: ")
+                    + backwards.join(QLatin1Char(','))));
+        }
+    }
+};
+
+VAREMO_TEST(TestProperties);
+#include "test_properties.moc"
