@@ -17,6 +17,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QPointer>
 #include <QStringDecoder>
 #include <QTimer>
@@ -88,9 +89,23 @@ bool checkCompanyIni(const AppState& state, Desktop& desktop)
     return false;
 }
 
+// While a statement waits for another module's lock the window cannot answer: the busy
+// cursor tells the person the program is working, not hung. Runs without a window system
+// (the command-line reports) need no cursor.
+void showBusyCursor(bool waiting)
+{
+    if (!qobject_cast<QGuiApplication*>(QCoreApplication::instance()))
+        return;
+    if (waiting)
+        QGuiApplication::setOverrideCursor(Qt::WaitCursor);
+    else
+        QGuiApplication::restoreOverrideCursor();
+}
+
 std::unique_ptr<Database> openCompanyFile(const QString& path)
 {
     auto database = Database::open(path);
+    database->busyHook = showBusyCursor;
     for (const QString& table : schema::tableNames()) {
         if (!database->hasTable(table))
             throw JetError(jet::ObjectNotFound,

@@ -12,6 +12,8 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <iterator>
 #include <sqlite3.h>
 #include <unordered_set>
 
@@ -221,7 +223,70 @@ JetError closedObject()
 
 std::atomic<int> connectionSerial {0};
 
+qint64 nowMs()
+{
+    using namespace std::chrono;
+    return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+// Runs `done` when the scope is left, by return or by exception.
+template<typename Done> class OnExit {
+public:
+    explicit OnExit(Done done)
+        : m_done(std::move(done))
+    {
+    }
+    ~OnExit() { m_done(); }
+    OnExit(const OnExit&) = delete;
+    OnExit& operator=(const OnExit&) = delete;
+
+private:
+    Done m_done;
+};
+
 } // namespace
+
+// --- waiting for other modules -----------------------------------------------------
+
+int Database::Private::onBusy(void* self, int attempt)
+{
+    auto* engine = static_cast<Private*>(self);
+    const qint64 now = nowMs();
+    if (attempt == 0)
+        engine->waitStartedMs = now;
+    const qint64 left = engine->busyTimeoutMs - (now - engine->waitStartedMs);
+    if (left <= 0)
+        return 0; // give up: the statement fails with SQLITE_BUSY, which is Jet's 3218
+    if (!engine->waiting) {
+        engine->waiting = true;
+        if (engine->owner->busyHook) {
+            try {
+                engine->owner->busyHook(true);
+            } catch (...) {
+                // the engine calls us from C: nothing may escape
+            }
+        }
+    }
+    // Short sleeps first: most locks of the other modules last a few milliseconds.
+    static constexpr int Delays[] = {1, 2, 5, 10, 15, 20, 25, 25, 25, 50, 50, 100};
+    const int delay = Delays[std::min<std::size_t>(std::size_t(attempt), std::size(Delays) - 1)];
+    sqlite3_sleep(static_cast<int>(std::min<qint64>(delay, left)));
+    return 1;
+}
+
+void Database::Private::endWait() noexcept
+{
+    if (!waiting)
+        return;
+    waiting = false;
+    if (owner->busyHook) {
+        try {
+            owner->busyHook(false);
+        } catch (...) {
+            // a hook that throws must not turn a finished statement into a failure
+        }
+    }
+}
 
 // --- engine -------------------------------------------------------------------------
 
@@ -268,6 +333,8 @@ QueryResult Database::Private::query(
     const QString& sql, const Row& parameters, const QString& original, bool firstRowOnly, bool rowidLast)
 {
     checkOpen();
+    // Whatever the statement ends in, a wait it began is over when it returns.
+    const OnExit waitEnd([this] { endWait(); });
     const QString& shown = original.isEmpty() ? sql : original;
     Statement statement(handle, sql);
     sqlite3_stmt* stmt = bound(handle, statement, parameters, shown);
@@ -307,6 +374,8 @@ QueryResult Database::Private::query(
 int Database::Private::run(const QString& sql, const Row& parameters, const QString& original)
 {
     checkOpen();
+    // Whatever the statement ends in, a wait it began is over when it returns.
+    const OnExit waitEnd([this] { endWait(); });
     const QString& shown = original.isEmpty() ? sql : original;
     Statement statement(handle, sql);
     sqlite3_stmt* stmt = bound(handle, statement, parameters, shown);
@@ -424,7 +493,8 @@ std::unique_ptr<Database> Database::open(const QString& path, int busyTimeoutMs)
     std::unique_ptr<Database> database(new Database(name, path));
     if (!database->d->handle)
         throw StorageBug("the QSQLITE driver gave no SQLite handle");
-    sqlite3_busy_timeout(database->d->handle, busyTimeoutMs);
+    database->d->busyTimeoutMs = busyTimeoutMs;
+    sqlite3_busy_handler(database->d->handle, &Private::onBusy, database->d.get());
 
     // SQLite reads the file lazily: a garbage or empty file shows up only when the
     // schema is read, so read it now.
@@ -441,7 +511,7 @@ std::unique_ptr<Database> Database::open(const QString& path, int busyTimeoutMs)
 void Database::setBusyTimeout(int milliseconds)
 {
     d->checkOpen();
-    sqlite3_busy_timeout(d->handle, milliseconds);
+    d->busyTimeoutMs = milliseconds;
 }
 
 void Database::checkTables(const QStringList& tables)

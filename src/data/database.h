@@ -51,6 +51,10 @@ public:
 
     // Called after every statement that reached the engine (the crash tests count them).
     std::function<void(const QString& sql)> statementHook;
+    // Called with true when a statement starts waiting for another module's lock and with
+    // false when that wait is over (the statement went through or gave up), so the window
+    // can show it is busy rather than hung.
+    std::function<void(bool waiting)> busyHook;
 
 private:
     friend class UnitOfWork;

@@ -38,6 +38,15 @@ struct Database::Private {
     std::vector<Recordset*> touched;
     // An inner unit of work ended without commit: the whole action must not commit.
     bool doomed = false;
+    // How long one statement waits for another module's lock, and whether it waits now.
+    int busyTimeoutMs = BusyTimeoutMs;
+    bool waiting = false;
+    qint64 waitStartedMs = 0;
+
+    // SQLite's busy handler: sleeps and retries until the wait is over.
+    static int onBusy(void* self, int attempt);
+    // The statement that waited is done, whatever its outcome.
+    void endWait() noexcept;
 
     // With rowidLast, the statement's last column goes to `rowids` instead of the rows.
     QueryResult query(const QString& sql, const Row& parameters, const QString& original,
