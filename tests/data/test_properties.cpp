@@ -1,5 +1,7 @@
 #include "data/database.h"
+#include "data/dialect.h"
 #include "data/errors.h"
+#include "data/schema.h"
 #include "support/company.h"
 #include "support/testregistry.h"
 
@@ -190,6 +192,73 @@ QString criteriaText(Draw& d, int depth = 3)
     }
 }
 
+// A condition on the chain's tables between two levels, as Jet text and as hand-written SQLite.
+std::pair<QString, QString> condition(Draw& d, int lowest, int highest)
+{
+    QString jet, hand;
+    for (int n = d.between(1, 3); n > 0; --n) {
+        const int level = d.between(lowest, highest);
+        const QString field = QStringLiteral("NivelCategoria%1.").arg(level);
+        QString j, h;
+        switch (d.below(5)) {
+        case 0:
+            j = field + QStringLiteral("Nome ") + d.op() + QLatin1Char(' ') + literal(d.word());
+            h = j + QStringLiteral(" COLLATE JETTEXT");
+            break;
+        case 1: {
+            const auto [pattern, glob] = d.pattern();
+            const bool no = d.coin();
+            j = field + (no ? QStringLiteral("Nome Not Like ") : QStringLiteral("Nome Like "))
+                + literal(pattern);
+            h = field + (no ? QStringLiteral("Nome NOT GLOB ") : QStringLiteral("Nome GLOB "))
+                + literal(glob);
+            break;
+        }
+        case 2:
+            j = h = field + QStringLiteral("Codigo ") + d.op() + QString::number(d.below(6));
+            break;
+        case 3:
+            j = h = field + QStringLiteral("Nome Is Null");
+            break;
+        default: {
+            const bool locked = d.coin();
+            j = level == 1 || level == 2 ? field + QStringLiteral("Travado = ") + (locked ? "True" : "False")
+                                         : field + QStringLiteral("Codigo Is Not Null");
+            h = level == 1 || level == 2 ? field + QStringLiteral("Travado = ") + (locked ? "1" : "0") : j;
+        }
+        }
+        const QString link = jet.isEmpty() ? QString() : QString::fromLatin1(d.pick({" AND ", " OR "}));
+        jet += link + QLatin1Char('(') + j + QLatin1Char(')');
+        hand += link + QLatin1Char('(') + h + QLatin1Char(')');
+    }
+    if (d.coin())
+        return {QStringLiteral("NOT (%1)").arg(jet), QStringLiteral("NOT (%1)").arg(hand)};
+    return {jet, hand};
+}
+
+// Up to four rows per level, parents possibly missing, Null names and locks.
+QStringList levelRows(Draw& d)
+{
+    QStringList sql {QStringLiteral("DELETE FROM Procura")};
+    for (int level = 0; level < 5; ++level) {
+        sql << QStringLiteral("DELETE FROM NivelCategoria%1").arg(level);
+        for (int code = 1, count = d.below(5); code <= count; ++code) {
+            QStringList values {
+                QString::number(code), d.below(4) ? literal(d.word()) : QStringLiteral("NULL")};
+            if (level > 0)
+                values << (d.below(5) ? QString::number(d.between(1, 4)) : QStringLiteral("NULL"));
+            if (level == 1 || level == 2)
+                values << QString::fromLatin1(d.pick({"0", "1", "NULL"}));
+            if (level == 4)
+                values << QString::number(d.below(4)) << QString::number(d.below(2));
+            sql << QStringLiteral("INSERT INTO NivelCategoria%1 VALUES (%2)")
+                       .arg(level)
+                       .arg(values.join(QLatin1String(", ")));
+        }
+    }
+    return sql;
+}
+
 } // namespace
 
 class TestProperties : public QObject {
@@ -266,6 +335,84 @@ private slots:
                     + QStringLiteral("\nsqlite: ") + expected.join(QLatin1Char(','))
                     + QStringLiteral(" finds: ") + forwards.join(QLatin1Char(',')) + QStringLiteral(" back: ")
                     + backwards.join(QLatin1Char(','))));
+        }
+    }
+
+    // The translated statements of every form the program writes leave the file as the same
+    // statements written by hand for SQLite: the joined chain under its "Table.Field" names,
+    // DELETE *, the two-table UPDATE, INSERT ... SELECT.
+    void statementsDoWhatHandSqlDoes_data() { seeds(); }
+    void statementsDoWhatHandSqlDoes()
+    {
+        QFETCH(quint32, seed);
+        Draw d(seed);
+        for (int n = 0; n < CasesPerSeed; ++n) {
+            const QStringList rows = levelRows(d);
+            const int kind = d.below(5);
+            const int level = d.between(1, 4);
+            const auto [jetWhere, handWhere]
+                = condition(d, kind == 0 ? 0 : (kind == 2 ? 3 : 4), kind == 0 ? level : 4);
+            for (const QString& sql : rows)
+                exec(sql);
+            QString jet, hand;
+            QStringList jetRows, handRows;
+            try {
+                if (kind == 0) {
+                    QString from = QStringLiteral("NivelCategoria%1").arg(level);
+                    QStringList names;
+                    for (int k = level; k >= 0; --k) {
+                        const QString table = QStringLiteral("NivelCategoria%1").arg(k);
+                        for (const QString& field : varemo::schema::columnNames(table))
+                            names << table + QLatin1Char('.') + field;
+                        if (k > 0)
+                            from = QStringLiteral(
+                                "(%1 LEFT JOIN NivelCategoria%2 ON NivelCategoria%2.Codigo = "
+                                "NivelCategoria%3.CodigoCategoria%2)")
+                                       .arg(from)
+                                       .arg(k - 1)
+                                       .arg(k);
+                    }
+                    jet = QStringLiteral("SELECT * FROM ") + from + QStringLiteral(" WHERE ") + jetWhere;
+                    hand = QStringLiteral("SELECT ") + names.join(QLatin1String(", "))
+                        + QStringLiteral(" FROM ") + from + QStringLiteral(" WHERE ") + handWhere;
+                    const auto rs = m_db->openRecordset(jet);
+                    QCOMPARE(rs->fieldNames(), names);
+                    jetRows = recordsetRows(*rs);
+                    handRows = sqliteRows(*m_db, hand);
+                    jetRows.sort();
+                    handRows.sort();
+                } else {
+                    const QString marks
+                        = QStringLiteral("NivelCategoria4.CodigoCategoria3 = NivelCategoria3.Codigo AND ");
+                    jet = QStringList {QStringLiteral("DELETE * FROM NivelCategoria4 WHERE %1;"),
+                        QStringLiteral(
+                            "UPDATE NivelCategoria4, NivelCategoria3 SET NivelCategoria4.Marca = TRUE WHERE ")
+                            + marks + QStringLiteral("%1;"),
+                        QStringLiteral("INSERT INTO Procura SELECT Codigo FROM NivelCategoria4 WHERE %1;"),
+                        QStringLiteral("UPDATE NivelCategoria4 SET Marca = False WHERE %1;")}[kind - 1]
+                              .arg(jetWhere);
+                    hand = QStringList {QStringLiteral("DELETE FROM NivelCategoria4 WHERE %1"),
+                        QStringLiteral("UPDATE NivelCategoria4 SET Marca = 1 WHERE rowid IN (SELECT "
+                                       "NivelCategoria4.rowid "
+                                       "FROM NivelCategoria4, NivelCategoria3 WHERE ")
+                            + marks + QStringLiteral("%1)"),
+                        QStringLiteral(
+                            "INSERT INTO Procura (Codigo) SELECT Codigo FROM NivelCategoria4 WHERE %1"),
+                        QStringLiteral("UPDATE NivelCategoria4 SET Marca = 0 WHERE %1")}[kind - 1]
+                               .arg(handWhere);
+                    const QString dump = QStringLiteral(
+                        "SELECT * FROM NivelCategoria4 UNION ALL SELECT *, 0, 0 FROM Procura");
+                    jetRows = QStringList {QString::number(m_db->execute(jet))} + sqliteRows(*m_db, dump);
+                    for (const QString& sql : rows)
+                        exec(sql);
+                    int touched = -1;
+                    sqliteRows(*m_db, hand, &touched);
+                    handRows = QStringList {QString::number(touched)} + sqliteRows(*m_db, dump);
+                }
+            } catch (const JetError& error) {
+                QFAIL(qPrintable(jet + QStringLiteral(": ") + error.description()));
+            }
+            QVERIFY2(jetRows == handRows, qPrintable(jet + QLatin1Char('\n') + hand));
         }
     }
 };
