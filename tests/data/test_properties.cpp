@@ -7,9 +7,13 @@
 
 #include <QDate>
 #include <QRandomGenerator>
+#include <QRegularExpression>
 #include <QSqlQuery>
 #include <QSqlRecord>
 #include <QTest>
+
+#include <array>
+#include <functional>
 
 using varemo::Database;
 using varemo::JetError;
@@ -413,6 +417,171 @@ private slots:
                 QFAIL(qPrintable(jet + QStringLiteral(": ") + error.description()));
             }
             QVERIFY2(jetRows == handRows, qPrintable(jet + QLatin1Char('\n') + hand));
+        }
+    }
+
+    // Moves, finds, edits, additions, deletions and bookmarks keep the recordset where DAO
+    // keeps it (BOF/EOF, position, count, current row), its rows equal to the file's.
+    void recordsetFollowsTheModel_data() { seeds(); }
+    void recordsetFollowsTheModel()
+    {
+        QFETCH(quint32, seed);
+        Draw d(seed);
+        const QString stored = QStringLiteral("SELECT Codigo, Nome, Numero FROM T ORDER BY rowid");
+        for (int n = 0; n < CasesPerSeed; ++n) {
+            fillT(d, 5);
+            const auto rs = m_db->openRecordset(QStringLiteral("T"), RecordsetType::Table);
+            QStringList rows = sqliteRows(*m_db, stored); // the model: "Codigo|Nome|Numero" in order
+            int pos = 0;
+            bool deleted = false;
+            QList<std::pair<Recordset::Bookmark, QString>> marks;
+            QString steps;
+            for (int step = d.below(25); step > 0; --step) {
+                const qsizetype size = rows.size();
+                const bool atBof = size == 0 || pos < 0, atEof = size == 0 || pos >= size;
+                const bool current = !atBof && !atEof && !deleted;
+                const QString code = current ? rows[pos].section(QLatin1Char('|'), 0, 0) : QString();
+                const int action = d.below(12), number = d.below(5);
+                const QString name = d.word("aAáÁ o");
+                const QString criteria = d.coin() ? QStringLiteral("Numero = %1").arg(number)
+                                                  : QStringLiteral("Nome = ") + literal(name);
+                const auto matches = [&](const QString& row) {
+                    const int column = criteria.startsWith(QLatin1String("Numero")) ? 2 : 1;
+                    const QString field = row.section(QLatin1Char('|'), column, column);
+                    return column == 2
+                        ? field == QString::number(number)
+                        : field != QLatin1String("Null") && varemo::dialect::compareText(field, name) == 0;
+                };
+                steps += QString::number(action) + QLatin1Char(' ');
+                bool refused = false;
+                qsizetype hit = -1, from = 0, to = size - 1, by = 1;
+                switch (action) {
+                case 0:
+                case 1:
+                    refused = size == 0;
+                    if (!refused)
+                        pos = action == 0 ? 0 : int(size) - 1, deleted = false;
+                    break;
+                case 2:
+                    refused = !deleted && atEof;
+                    if (!refused)
+                        pos += deleted ? 0 : 1, deleted = false;
+                    break;
+                case 3:
+                    refused = !deleted && atBof;
+                    if (!refused)
+                        pos -= 1, deleted = false;
+                    break;
+                case 4:
+                    refused = !current;
+                    if (current)
+                        marks.append({rs->bookmark(), code});
+                    break;
+                case 5:
+                    if (marks.isEmpty())
+                        continue;
+                    rs->setBookmark(marks[number % marks.size()].first);
+                    pos = int(rows.indexOf(QRegularExpression(
+                        QLatin1Char('^') + marks[number % marks.size()].second + QStringLiteral("\\|.*")))),
+                    deleted = false;
+                    break;
+                case 6:
+                    refused = number >= size;
+                    pos = refused ? pos : number, deleted = deleted && refused;
+                    break;
+                case 7:
+                    refused = !current;
+                    if (current) {
+                        rows.removeAt(pos), deleted = true;
+                        marks.removeIf([&](const auto& mark) { return mark.second == code; });
+                    }
+                    break;
+                case 8:
+                case 9:
+                    refused = action == 8 && !current;
+                    if (!refused && action == 9 && pos >= size && !deleted)
+                        ++pos;
+                    break;
+                case 10:
+                    pos = 0, deleted = false;
+                    break;
+                default:
+                    // find first, last, next, previous
+                    if (number == 1 || number == 3)
+                        std::swap(from, to), by = -1;
+                    if (number == 2)
+                        from = atBof ? 0 : (deleted ? pos : pos + 1);
+                    if (number == 3)
+                        from = atEof ? size - 1 : pos - 1;
+                    for (qsizetype i = from; hit < 0 && i >= 0 && i < size && (by > 0 ? i <= to : i >= to);
+                         i += by)
+                        hit = matches(rows[i]) ? i : -1;
+                    if (hit >= 0)
+                        pos = int(hit), deleted = false;
+                }
+                const int failure = varemo::test::jetFailure([&] {
+                    switch (action) {
+                    case 0:
+                        rs->moveFirst();
+                        break;
+                    case 1:
+                        rs->moveLast();
+                        break;
+                    case 2:
+                        rs->moveNext();
+                        break;
+                    case 3:
+                        rs->movePrevious();
+                        break;
+                    case 4:
+                        rs->bookmark();
+                        break;
+                    case 6:
+                        rs->setAbsolutePosition(number);
+                        break;
+                    case 7:
+                        rs->deleteCurrent();
+                        break;
+                    case 8:
+                    case 9:
+                        action == 8 ? rs->edit() : rs->addNew();
+                        rs->setValue(QStringLiteral("Nome"), name);
+                        rs->setValue(QStringLiteral("Numero"), number);
+                        rs->update();
+                        break;
+                    case 10:
+                        rs->requery();
+                        break;
+                    case 11: {
+                        const std::array finds {&Recordset::findFirst, &Recordset::findLast,
+                            &Recordset::findNext, &Recordset::findPrevious};
+                        const bool found
+                            = std::invoke(finds[number % 4 == number ? number : 0], rs.get(), criteria);
+                        QCOMPARE(found, hit >= 0);
+                        QCOMPARE(rs->noMatch(), hit < 0);
+                    }
+                    }
+                });
+                const QString edited
+                    = QStringList {QString::number(rs->lastModified()), name, QString::number(number)}.join(
+                        QLatin1Char('|'));
+                if ((action == 8 || action == 9) && !refused)
+                    action == 8 ? void(rows[pos] = edited) : rows.append(edited);
+                const QString trail = steps + criteria;
+                QVERIFY2((failure != 0) == refused, qPrintable(trail));
+                QVERIFY2(rs->recordCount() == rows.size(), qPrintable(trail));
+                QVERIFY2(rs->bof() == (!deleted && (rows.isEmpty() || pos < 0)), qPrintable(trail));
+                QVERIFY2(
+                    rs->eof() == (!deleted && (rows.isEmpty() || pos >= rows.size())), qPrintable(trail));
+                const bool onRow = !deleted && pos >= 0 && pos < rows.size();
+                QVERIFY2(rs->absolutePosition() == (onRow ? pos : -1), qPrintable(trail));
+                if (onRow)
+                    QVERIFY2(shown(rs->value(QStringLiteral("Codigo")))
+                            == rows[pos].section(QLatin1Char('|'), 0, 0),
+                        qPrintable(trail));
+                QVERIFY2(
+                    recordsetRows(*rs, 3) == rows && sqliteRows(*m_db, stored) == rows, qPrintable(trail));
+            }
         }
     }
 };
