@@ -4,6 +4,7 @@
 #include "app/errorlog.h"
 #include "app/modules.h"
 #include "app/state.h"
+#include "app/typedtext.h"
 #include "data/database.h"
 #include "editor/charttree.h"
 #include "editor/commands.h"
@@ -203,6 +204,11 @@ void Contas::Salvar(int cancelar)
         // Nothing was written; the mode stays open to correct the names or cancel.
         Gravou = false;
         logError(m_state, m_desktop, SaveRoutine, error.description(), error.number());
+        return;
+    } catch (const typed::UnsearchableName&) {
+        // Rolled back: the name would have been saved over another row's place.
+        Gravou = false;
+        m_desktop.msgbox(typed::UnsearchablePrompt, vb::Information, typed::InvalidTitle);
         return;
     }
     for (const SavedRow& row : rows)

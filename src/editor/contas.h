@@ -216,7 +216,7 @@ private:
     };
     void saveHierarchy(QList<SavedRow>& rows);
     void saveLevelPage(QList<SavedRow>& rows);
-    qint32 codeOf(int level, const QString& criteria);
+    qint32 codeOf(int level, const QString& name, qint32 parent);
     qint32 findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows);
     void placeInTree(const SavedRow& row);
     void refreshAfterSave();

@@ -1,4 +1,5 @@
 #include "app/desktop.h"
+#include "app/typedtext.h"
 #include "data/database.h"
 #include "data/dialect.h"
 #include "editor/browse.h"
@@ -20,6 +21,53 @@ QString nameCriteria(int level, const QString& name, qint32 parent)
         return QStringLiteral("Nome = '") + name + QStringLiteral("'");
     return QStringLiteral("Nome = '") + name + QStringLiteral("' AND CodigoCategoria%1 = ").arg(level - 1)
         + QString::number(parent);
+}
+
+// Finds a row by its name criteria and refuses a name whose apostrophes made the criteria
+// pick a row of another name or parent, or (`written`) miss the row just stored.
+bool findNamed(Recordset& table, int level, const QString& name, qint32 parent, bool written = false)
+{
+    const bool found = table.findFirst(nameCriteria(level, name, parent));
+    if (!name.contains(QLatin1Char('\'')))
+        return found;
+    if (!found) {
+        if (written)
+            throw typed::UnsearchableName();
+        return false;
+    }
+    if (!typed::sameName(table.value(QStringLiteral("Nome")), name)
+        || (level > 0 && table.value(QStringLiteral("CodigoCategoria%1").arg(level - 1)).toInt() != parent))
+        throw typed::UnsearchableName();
+    return true;
+}
+
+// The code of the row a find left the table on, found or not.
+qint32 currentCode(const Recordset& table)
+{
+    return table.bof() || table.eof() ? 0 : table.value(QStringLiteral("Codigo")).toInt();
+}
+
+// The refusal, prompt and title, of a name the save would use; checked before any statement.
+std::optional<std::pair<QString, QString>> namesProblem(const Contas& window)
+{
+    QStringList names;
+    if (window.PaginaAtiva == 1) {
+        for (int level = 0; level < window.NivelAtual; ++level)
+            names << window.Combo[static_cast<std::size_t>(level)]->text().trimmed();
+        names << window.Texto[static_cast<std::size_t>(window.NivelAtual)]->text().trimmed();
+        // A record without a name would be written.
+        if (names.last().isEmpty())
+            return std::pair(
+                QStringLiteral("Não pode ter campo em branco"), QStringLiteral("Existe campo em branco"));
+    } else {
+        for (const Selector* combo : window.Combo)
+            names << combo->text().trimmed();
+    }
+    for (const QString& name : std::as_const(names)) {
+        if (const auto prompt = typed::nameProblem(name))
+            return std::pair(*prompt, typed::InvalidTitle);
+    }
+    return std::nullopt;
 }
 
 } // namespace
@@ -44,20 +92,23 @@ void Contas::Gravar()
             QStringLiteral("Existe campo em branco"));
         return;
     }
+    if (const auto refusal = namesProblem(*this)) {
+        m_desktop.msgbox(refusal->first, vb::Information, refusal->second);
+        return;
+    }
     Salvar(0);
 }
 
 qint32 Contas::findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows)
 {
     Recordset& table = *Nivel[static_cast<std::size_t>(level)];
-    const QString criteria = nameCriteria(level, name, parent);
-    if (!table.findFirst(criteria)) {
+    if (!findNamed(table, level, name, parent)) {
         // A missing sector, group or account on the path is made silently.
         table.addNew();
         table.setValue(QStringLiteral("Nome"), name);
         table.setValue(QStringLiteral("CodigoCategoria%1").arg(level - 1), parent);
         table.update();
-        table.findFirst(criteria);
+        findNamed(table, level, name, parent, true);
         rows.append({level, table.value(QStringLiteral("Codigo")).toInt(), name, parent});
     }
     return table.value(QStringLiteral("Codigo")).toInt();
@@ -70,17 +121,16 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
         edited = dataSet()->value(QStringLiteral("NivelCategoria4.Codigo")).toInt();
     Recordset& categories = *Nivel[0];
     // A category is never made; an unknown one leaves the code the table stands on.
-    categories.findFirst(nameCriteria(0, Combo[0]->text(), 0));
-    qint32 parent
-        = categories.eof() || categories.bof() ? 0 : categories.value(QStringLiteral("Codigo")).toInt();
+    findNamed(categories, 0, Combo[0]->text().trimmed(), 0);
+    qint32 parent = currentCode(categories);
     for (int level = 1; level <= 3; ++level)
-        parent = findOrAdd(level, Combo[static_cast<std::size_t>(level)]->text(), parent, rows);
+        parent = findOrAdd(level, Combo[static_cast<std::size_t>(level)]->text().trimmed(), parent, rows);
 
     Recordset& items = *Nivel[4];
-    const QString name = Combo[4]->text();
-    const QString criteria = nameCriteria(4, name, parent);
+    // Blanks around a name would make a second row that reads as the first.
+    const QString name = Combo[4]->text().trimmed();
     if (EmInclusao) {
-        if (items.findFirst(criteria)) {
+        if (findNamed(items, 4, name, parent)) {
             CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
             Gravou = true;
             m_desktop.msgbox(
@@ -97,18 +147,18 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
     // Only the product side ties an item to a product.
     items.setValue(QStringLiteral("CodigoProduto"), 0);
     items.update();
-    items.findFirst(criteria);
+    findNamed(items, 4, name, parent, true);
     CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
     rows.append({4, CodigoGravado, name, parent});
     Gravou = true;
 }
 
-qint32 Contas::codeOf(int level, const QString& criteria)
+qint32 Contas::codeOf(int level, const QString& name, qint32 parent)
 {
     // Found or not, the code is that of the row the table stands on.
     Recordset& table = *Nivel[static_cast<std::size_t>(level)];
-    table.findFirst(criteria);
-    return table.bof() || table.eof() ? 0 : table.value(QStringLiteral("Codigo")).toInt();
+    findNamed(table, level, name, parent);
+    return currentCode(table);
 }
 
 void Contas::saveLevelPage(QList<SavedRow>& rows)
@@ -117,15 +167,14 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
     qint32 edited = 0;
     if (EmAlteracao)
         edited = dataSet()->value(QStringLiteral("NivelCategoria%1.Codigo").arg(level)).toInt();
-    qint32 parent = codeOf(0, nameCriteria(0, Combo[0]->text(), 0));
+    qint32 parent = codeOf(0, Combo[0]->text().trimmed(), 0);
     for (int above = 1; above < level; ++above)
-        parent = codeOf(above, nameCriteria(above, Combo[static_cast<std::size_t>(above)]->text(), parent));
+        parent = codeOf(above, Combo[static_cast<std::size_t>(above)]->text().trimmed(), parent);
 
     Recordset& table = *Nivel[static_cast<std::size_t>(level)];
-    const QString name = Texto[static_cast<std::size_t>(level)]->text();
-    const QString criteria = nameCriteria(level, name, parent);
+    const QString name = Texto[static_cast<std::size_t>(level)]->text().trimmed();
     if (EmInclusao) {
-        if (table.findFirst(criteria)) {
+        if (findNamed(table, level, name, parent)) {
             CodigoGravado = table.value(QStringLiteral("Codigo")).toInt();
             Gravou = true;
             m_desktop.msgbox(QStringLiteral("Este registro já existe no plano de contas."), vb::Information,
@@ -142,7 +191,7 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
     if (level >= 1 && level <= 3)
         table.setValue(QStringLiteral("CodigoCategoria%1").arg(level - 1), parent);
     table.update();
-    table.findFirst(criteria);
+    findNamed(table, level, name, parent, true);
     CodigoGravado = table.value(QStringLiteral("Codigo")).toInt();
     if (level >= 1 && level <= 3)
         rows.append({level, CodigoGravado, name, parent});

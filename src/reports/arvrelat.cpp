@@ -4,6 +4,7 @@
 #include "app/errorlog.h"
 #include "app/helptopics.h"
 #include "app/state.h"
+#include "app/typedtext.h"
 #include "data/database.h"
 #include "data/dialect.h"
 #include "editor/images.h"
@@ -177,6 +178,10 @@ bool ArvRelat::ContasSalvar()
     if (name.isEmpty() || name == NamePrompt) {
         m_desktop.msgbox(QStringLiteral("Digite o nome deste relatório"), vb::Information,
             QStringLiteral("Nome do Relatório"));
+        return false;
+    }
+    if (const auto problem = typed::nameProblem(name)) {
+        m_desktop.msgbox(*problem, vb::Information, typed::InvalidTitle);
         return false;
     }
     try {

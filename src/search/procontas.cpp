@@ -4,6 +4,7 @@
 #include "app/errorlog.h"
 #include "app/helptopics.h"
 #include "app/state.h"
+#include "app/typedtext.h"
 
 #include <QComboBox>
 #include <QEvent>
@@ -240,6 +241,13 @@ void ProContas::BotaoProcura_Click(int index)
 
 void ProContas::search()
 {
+    // Refused before any statement: the window stays open to correct the content.
+    for (const QLineEdit* content : Conteudo) {
+        if (!content->isHidden() && typed::hasControl(content->text())) {
+            m_desktop.msgbox(typed::ContentControlPrompt, vb::Information, typed::ContentTitle);
+            return;
+        }
+    }
     try {
         search::runSearch(m_state, criteriaRows(), m_prepared.procura.get());
     } catch (const JetError& error) {
