@@ -27,6 +27,7 @@ namespace {
 constexpr int ShortWaitMs = 300;
 constexpr int ShortLockMs = 150;
 
+const QString Improper = QStringLiteral("Arquivo não existe ou impróprio");
 const QString Locked
     = QStringLiteral("Não foi possível atualizar; bloqueado no momento por outro usuário ou módulo.");
 // What the other module's sale leaves in the file once it commits.
@@ -281,6 +282,44 @@ private slots:
         QCOMPARE(withoutSale(delta), expected);
         QCOMPARE(delta.size() - withoutSale(delta).size(), lock == QLatin1String("shared") ? 0 : 2);
         QVERIFY(lock == QLatin1String("shared") || (delta.contains(Sale[0]) && delta.contains(Sale[1])));
+    }
+
+    // Opening the company while another module commits a large change: a short lock only
+    // delays start-up; one that outlasts the wait stops it with the opening message, writing
+    // nothing, and the next start goes through.
+    void startUpUnderExclusiveLock_data()
+    {
+        QTest::addColumn<int>("holdMs"); // 0: past the wait
+        QTest::newRow("short") << ShortLockMs;
+        QTest::newRow("outlasting") << 0;
+    }
+
+    void startUpUnderExclusiveLock()
+    {
+        QFETCH(int, holdMs);
+        TestCompany company;
+        const QStringList before = tableRows(company);
+        {
+            AppState state;
+            FakeDesktop desktop;
+            OtherProcess other(childProgram(QStringLiteral("lockholder")),
+                {company.databasePath(), QStringLiteral("exclusive"), QString::number(holdMs)});
+            QVERIFY2(other.holds(), qPrintable(other.errors()));
+            const auto window = start(company.programFolder(), state, desktop);
+            QCOMPARE(titles(desktop), holdMs == 0 ? QStringList {Improper} : QStringList());
+            QCOMPARE(window != nullptr, holdMs > 0);
+            QVERIFY(other.release());
+            if (window)
+                window->Form_Unload();
+        }
+        AppState state;
+        FakeDesktop desktop;
+        const auto window = start(company.programFolder(), state, desktop);
+        QVERIFY(window);
+        QCOMPARE(state.companyName, QStringLiteral("Padaria Teste Ltda"));
+        window->Form_Unload();
+        QVERIFY(!QFile::exists(company.errorLogPath()));
+        QCOMPARE(changes(before, tableRows(company)), Sale);
     }
 };
 
