@@ -321,6 +321,24 @@ private slots:
         QVERIFY(!QFile::exists(company.errorLogPath()));
         QCOMPARE(changes(before, tableRows(company)), Sale);
     }
+
+    // Even reads wait behind a large commit: the chart listing gives up into the error log and
+    // shows nothing, and the same command prints the chart once the lock is gone.
+    void chartListingUnderExclusiveLock()
+    {
+        Session s(ShortWaitMs);
+        QVERIFY(s.window);
+        OtherProcess other(childProgram(QStringLiteral("lockholder")),
+            {s.company.databasePath(), QStringLiteral("exclusive"), QStringLiteral("0")});
+        QVERIFY2(other.holds(), qPrintable(other.errors()));
+        QCOMPARE(chartDetails(s.state, s.desktop), -1);
+        QCOMPARE(titles(s.desktop), QStringList {QStringLiteral("Tratamento de Erros")});
+        QVERIFY(s.desktop.boxes[0].prompt.contains(QStringLiteral("Relatório Plano de Contas\r")));
+        QVERIFY(s.desktop.boxes[0].prompt.endsWith(Locked));
+        QVERIFY(other.release());
+        QCOMPARE(chartDetails(s.state, s.desktop), 9);
+        QCOMPARE(s.desktop.boxes.size(), 1);
+    }
 };
 
 VAREMO_TEST(TestLocks);
