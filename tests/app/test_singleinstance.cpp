@@ -1,38 +1,11 @@
 #include "app/singleinstance.h"
 #include "support/testregistry.h"
 
-#include <QDir>
-#include <QFile>
 #include <QSignalSpy>
 #include <QTest>
 #include <QWidget>
 
-#include <cstring>
-#include <sys/socket.h>
-#include <sys/un.h>
-#include <unistd.h>
-
 using namespace varemo;
-
-namespace {
-
-// What a copy killed with SIGKILL leaves: a socket file nobody accepts on.
-bool leaveStaleSocket(const QString& path)
-{
-    const int fd = ::socket(AF_UNIX, SOCK_STREAM, 0);
-    if (fd < 0)
-        return false;
-    sockaddr_un address {};
-    address.sun_family = AF_UNIX;
-    const QByteArray bytes = QFile::encodeName(path);
-    std::strncpy(address.sun_path, bytes.constData(), sizeof(address.sun_path) - 1);
-    const bool bound
-        = ::bind(fd, reinterpret_cast<sockaddr*>(&address), sizeof(address)) == 0 && ::listen(fd, 1) == 0;
-    ::close(fd);
-    return bound && QFile::exists(path);
-}
-
-} // namespace
 
 class TestSingleInstance : public QObject {
     Q_OBJECT
@@ -55,20 +28,6 @@ private slots:
         if (!listening.isEmpty())
             QVERIFY(other.listen());
         QVERIFY(!InstanceGuard::askRunningCopy(m_title, 100));
-    }
-
-    void staleSocketIsRemoved()
-    {
-        const QString path = QDir::tempPath() + QLatin1Char('/') + InstanceGuard::serverName(m_title);
-        QFile::remove(path);
-        QVERIFY(leaveStaleSocket(path));
-        QVERIFY(!InstanceGuard::askRunningCopy(m_title, 100));
-
-        InstanceGuard next(m_title);
-        QVERIFY(next.listen());
-        QSignalSpy activations(&next, &InstanceGuard::activationRequested);
-        QVERIFY(InstanceGuard::askRunningCopy(m_title));
-        QTRY_COMPARE(activations.size(), 1);
     }
 
     void laterCopiesActivateTheLiveOne()
