@@ -63,7 +63,7 @@ struct Opened {
         company.exec("INSERT INTO RelatorioItens VALUES (2, 'N4', 7, 3)");
         company.closeSql();
         state.dataFolder = company.dataFolder();
-        state.database = Database::open(company.databasePath(), 150);
+        state.database = Database::open(company.databasePath());
         window = std::make_unique<ArvRelat>(state, desktop, mode, mode == 2 ? 1 : 0,
             mode == 2 ? QStringLiteral("Resultado Mensal") : QString());
     }
@@ -131,8 +131,8 @@ private slots:
 
     // What a save asks and writes. A refused one writes nothing and the window stays usable;
     // an engine failure goes to the error log. Empty texts: the name box as the window
-    // opened it, no box after the question, the tables as they were. "lock": another module
-    // holds the file; "fail": the engine fails on the first item row, after the rename.
+    // opened it, no box after the question, the tables as they were. "fail": the engine fails
+    // on the first item row, after the rename.
     void save_data()
     {
         QTest::addColumn<int>("mode");
@@ -154,7 +154,6 @@ private slots:
         row("a new name already taken", 1, "resultado MENSAL", "9N4", vb::Yes, taken);
         row("renamed to another's name", 2, "despesas fixas", "7N4", vb::Yes, taken);
         row("an apostrophe", 1, "Relatório D'Ávila", "9N4", vb::Yes, "Tratamento de Erros");
-        row("locked", 2, "Custos", "lock 9N4", vb::Yes, "Tratamento de Erros");
         row("a failure halfway", 2, "Outro Nome", "fail 7N4", vb::Yes, "Tratamento de Erros");
         row("some leaves of a group", 1, "Custos", "6N4 8N4", vb::Yes, "",
             "1 Resultado Mensal|2 Despesas Fixas|3 Custos",
@@ -177,12 +176,9 @@ private slots:
         QFETCH(QString, reports);
         QFETCH(QString, items);
         Opened opened(mode);
-        const bool locked = clicks.startsWith(QLatin1String("lock"));
-        click(*opened.window, QString(clicks).remove(QStringLiteral("lock")).remove(QStringLiteral("fail")));
+        click(*opened.window, QString(clicks).remove(QStringLiteral("fail")));
         if (!name.isEmpty())
             opened.window->Nome->setText(name);
-        if (locked)
-            opened.company.exec("BEGIN IMMEDIATE");
         if (clicks.startsWith(QLatin1String("fail")))
             opened.state.database->statementHook = [rows = 0](const QString& sql) mutable {
                 if (sql.contains(QLatin1String("RelatorioItens")) && ++rows == 3)
@@ -190,8 +186,6 @@ private slots:
             };
         opened.save(answer);
         opened.state.database->statementHook = nullptr;
-        if (locked)
-            opened.company.exec("ROLLBACK");
         const Box& asked = opened.desktop.boxes.first();
         QCOMPARE(asked.prompt + QString::number(asked.buttons) + asked.title,
             QStringLiteral("Deseja gravar este relatório?36Gravar Relatório"));

@@ -8,7 +8,6 @@
 
 #include <QCalendarWidget>
 #include <QComboBox>
-#include <QFile>
 #include <QGroupBox>
 #include <QPushButton>
 #include <QRadioButton>
@@ -232,7 +231,9 @@ private slots:
         QCOMPARE(fx.desktop.boxes[0].prompt + QStringLiteral(" %1").arg(focused), outcome);
     }
 
-    void writeFailureIsLoggedAndLeavesNothing()
+    // The log and the retry once the file is free are the lock suite's; here the window
+    // stays open and nothing counts as confirmed.
+    void writeFailureLeavesTheWindowOpen()
     {
         Opened fx({}, 50);
         fx.run(QStringLiteral("s5"));
@@ -241,16 +242,10 @@ private slots:
         fx.window->Botao_Click(1);
         QCOMPARE(fx.desktop.boxes.size(), 1);
         QCOMPARE(fx.desktop.boxes[0].title, QStringLiteral("Tratamento de Erros"));
-        QFile log(fx.company.errorLogPath());
-        QVERIFY(log.open(QIODevice::ReadOnly));
-        QVERIFY(log.readAll().contains("Rotina: Per\xedodo do Relat\xf3rio\r\n"));
         QVERIFY(!fx.state.confirmed);
         QVERIFY(fx.window->isVisible());
         fx.company.exec(QStringLiteral("ROLLBACK"));
         QCOMPARE(fx.stored(), QStringLiteral("1 0"));
-        fx.window->Botao_Click(1);
-        QVERIFY(fx.state.confirmed);
-        QCOMPARE(fx.stored(), QStringLiteral("5 1"));
     }
 
     void expandAndCollapse_data()
