@@ -44,11 +44,19 @@ public:
     qint64 pid() const { return m_process.processId(); }
     QString errors() { return QString::fromLocal8Bit(m_process.readAllStandardError()); }
 
+    // Tells it to let go, without waiting for it.
+    void letGo()
+    {
+        if (m_process.state() != QProcess::Running || m_toldToLetGo)
+            return;
+        m_toldToLetGo = true;
+        m_process.write("\n");
+        m_process.waitForBytesWritten(30000);
+    }
     // Lets go (when it has not yet) and waits for it to end; false unless it let go cleanly.
     bool release()
     {
-        if (m_process.state() == QProcess::Running)
-            m_process.write("\n");
+        letGo();
         const bool released = readLine() == "released";
         return m_process.waitForFinished(30000) && released && m_process.exitStatus() == QProcess::NormalExit
             && m_process.exitCode() == 0;
@@ -74,6 +82,7 @@ private:
 
     QProcess m_process;
     bool m_holds = false;
+    bool m_toldToLetGo = false;
 };
 
 // Every row of every table of the company file, as "Table: a|b|c", sorted. SQLite's

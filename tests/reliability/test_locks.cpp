@@ -23,7 +23,8 @@ using namespace varemo::test;
 
 namespace {
 
-// The wait of a program that must give up quickly; a short lock ends well before the default.
+// The wait of a program that must give up quickly, and a lock at start-up that ends well
+// before the usual wait.
 constexpr int ShortWaitMs = 300;
 constexpr int ShortLockMs = 150;
 
@@ -237,22 +238,25 @@ private slots:
         const QStringList before = tableRows(s.company);
         s.desktop.boxes.clear();
         s.desktop.sounds.clear();
+        OtherProcess other(childProgram(QStringLiteral("lockholder")),
+            {s.company.databasePath(), lock, QStringLiteral("0")});
+        QVERIFY2(other.holds(), qPrintable(other.errors()));
+        // A short lock ends while the program waits for it, however slow the machine.
         const auto programHook = s.state.database->busyHook;
         QVERIFY2(programHook, "the program does not follow the waits");
-        s.state.database->busyHook = [&cursors, programHook](bool waiting) {
+        s.state.database->busyHook = [&cursors, &other, outlasts, programHook](bool waiting) {
             programHook(waiting);
             cursors << shownCursor();
+            if (waiting && !outlasts)
+                other.letGo();
         };
-
-        OtherProcess other(childProgram(QStringLiteral("lockholder")),
-            {s.company.databasePath(), lock, QString::number(outlasts ? 0 : ShortLockMs)});
-        QVERIFY2(other.holds(), qPrintable(other.errors()));
         QElapsedTimer clock;
         clock.start();
         click();
         const qint64 waited = clock.elapsed();
         QCOMPARE(cursors.mid(0, 2), (QList<int> {int(Qt::WaitCursor), -1}));
         QCOMPARE(shownCursor(), -1);
+        s.state.database->busyHook = programHook; // `other` goes before the window
 
         if (outlasts) {
             QVERIFY2(waited >= ShortWaitMs - 20, qPrintable(QString::number(waited)));
@@ -280,8 +284,9 @@ private slots:
             qPrintable(titles(s.desktop).join('|')));
         const QStringList delta = changes(before, tableRows(s.company));
         QCOMPARE(withoutSale(delta), expected);
-        QCOMPARE(delta.size() - withoutSale(delta).size(), lock == QLatin1String("shared") ? 0 : 2);
-        QVERIFY(lock == QLatin1String("shared") || (delta.contains(Sale[0]) && delta.contains(Sale[1])));
+        QStringList sale = delta;
+        sale.removeIf([](const QString& row) { return !row.startsWith(QLatin1String("+Venda")); });
+        QCOMPARE(sale, lock == QLatin1String("shared") ? QStringList() : Sale);
     }
 
     // Opening the company while another module commits a large change: a short lock only
