@@ -1,7 +1,7 @@
 // Search time: five filled rows, one of them "Qualquer campo", against one bare UPDATE
 // marking the same items, in the same run, through the same Qt SQL driver.
 //
-//   bench_search COMPANY.mdb [--runs 7] [--reference PYTHON_TREE]
+//   bench_search COMPANY.mdb [--runs 7] [--reference PYTHON_TREE] [--trace]
 //
 // COMPANY.mdb comes from `generate OUT.mdb --items 50000 --lines 1000000`; it is copied to a
 // scratch folder first, so the kept file never changes.
@@ -15,7 +15,10 @@
 // - row by row: the markers' rows found and edited one by one, once, and its marks and
 //   scratch table compared with the program's;
 // - reference (optional): the earlier Python program's search on a copy of the same file.
-// Each time is the best of --runs, the kinds interleaved. Ends with one RESULT line.
+// Each time is the best of --runs, the kinds interleaved, as wall-clock time and as the
+// thread's CPU time: on a machine shared with other work a run waits for a core, and the
+// CPU time stays comparable where the wall time does not. --trace prints each statement of
+// the program's last search with its CPU time. Ends with one RESULT line.
 #include "app/state.h"
 #include "data/database.h"
 #include "data/dialect.h"
@@ -35,6 +38,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <ctime>
 #include <functional>
 #include <limits>
 
@@ -73,12 +77,32 @@ QString floorSql(bool jetText)
         + collate + QStringLiteral(" OR ") + like("n3.Nome", "Energia") + QLatin1Char(')');
 }
 
-double millisOf(const std::function<void()>& timed)
+double threadCpuMillis()
+{
+    timespec now {};
+    clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+    return double(now.tv_sec) * 1e3 + double(now.tv_nsec) / 1e6;
+}
+
+constexpr double Never = std::numeric_limits<double>::infinity();
+
+struct Times {
+    double wall = Never;
+    double cpu = Never;
+    void keepBest(const Times& other)
+    {
+        wall = std::min(wall, other.wall);
+        cpu = std::min(cpu, other.cpu);
+    }
+};
+
+Times timesOf(const std::function<void()>& timed)
 {
     QElapsedTimer timer;
+    const double cpu = threadCpuMillis();
     timer.start();
     timed();
-    return double(timer.nsecsElapsed()) / 1e6;
+    return {double(timer.nsecsElapsed()) / 1e6, threadCpuMillis() - cpu};
 }
 
 void run(QSqlDatabase& connection, const QString& sql)
@@ -108,7 +132,7 @@ const QString MarkedItems = QStringLiteral("SELECT Codigo FROM NivelCategoria4 W
 const QString ScratchRows = QStringLiteral("SELECT * FROM Procura ORDER BY Codigo");
 
 // The earlier Python program's search on its own copy of the file: the best of `runs`.
-double referenceMillis(const QString& tree, const QString& company, int runs)
+Times referenceTimes(const QString& tree, const QString& company, int runs)
 {
     const QString script = QStringLiteral(R"(
 import sys, time
@@ -119,15 +143,16 @@ rows = [("Qualquer campo", "contenha", "Pão", ""), ("Categoria", "seja igual a"
         ("Item", "não contenha", "2", "e o"), ("Setor", "seja maior que", "Despesas F", "e o"),
         ("Conta", "contenha", "Energia", "ou")]
 state = State(database=Database.open(sys.argv[1]))
-best = float("inf")
+wall = cpu = float("inf")
 for _ in range(int(sys.argv[2])):
     procura, itens = execution.prepare(state)
-    start = time.perf_counter()
+    start, start_cpu = time.perf_counter(), time.thread_time()
     execution.run_search(state, rows, procura)
-    best = min(best, time.perf_counter() - start)
+    wall = min(wall, time.perf_counter() - start)
+    cpu = min(cpu, time.thread_time() - start_cpu)
     procura.close()
     itens.close()
-print("MS", best * 1000, state.search_result)
+print("MS", wall * 1000, cpu * 1000, state.search_result)
 state.database.close()
 )");
     QProcess python;
@@ -135,12 +160,12 @@ state.database.close()
         {QStringLiteral("-c"), script, company, QString::number(runs)});
     python.waitForFinished(600000);
     const QList<QByteArray> words = python.readAllStandardOutput().trimmed().split(' ');
-    if (python.exitCode() != 0 || words.size() != 3 || words[0] != "MS") {
+    if (python.exitCode() != 0 || words.size() != 4 || words[0] != "MS") {
         std::fprintf(stderr, "a referência falhou: %s\n", python.readAllStandardError().constData());
-        return -1;
+        return {};
     }
-    std::printf("referência: %d encontrados\n", words[2].toInt());
-    return words[1].toDouble();
+    std::printf("referência: %d encontrados\n", words[3].toInt());
+    return {words[1].toDouble(), words[2].toDouble()};
 }
 
 } // namespace
@@ -156,6 +181,8 @@ int main(int argc, char** argv)
         QStringLiteral("N"), QStringLiteral("7")});
     parser.addOption({QStringLiteral("reference"), QStringLiteral("árvore do programa anterior (Python)"),
         QStringLiteral("DIR")});
+    parser.addOption(
+        {QStringLiteral("trace"), QStringLiteral("cada instrução da última procura, com seu tempo")});
     parser.process(app);
     if (parser.positionalArguments().size() != 1)
         parser.showHelp(2);
@@ -183,57 +210,74 @@ int main(int argc, char** argv)
     const auto search = [&](varemo::search::Marking marking) {
         prepared = {};
         prepared = varemo::search::prepare(state);
-        return millisOf(
+        return timesOf(
             [&] { varemo::search::runSearch(state, SearchRows, prepared.procura.get(), marking); });
     };
     const auto floor = [&](bool jetText) {
         run(bare, QStringLiteral("UPDATE NivelCategoria4 SET Marca = 0 WHERE Marca = 1"));
-        return millisOf([&] { run(bare, floorSql(jetText)); });
+        return timesOf([&] { run(bare, floorSql(jetText)); });
     };
 
-    constexpr double Never = std::numeric_limits<double>::infinity();
-    double program = Never, floorJet = Never, floorPlain = Never;
+    Times program, floorJet, floorPlain;
     QStringList programMarks;
     QStringList programScratch;
     int hits = 0;
+    QStringList trace;
+    double traceMark = 0;
     for (int i = 0; i < runs; ++i) {
-        program = std::min(program, search(varemo::search::Marking::Fast));
+        if (parser.isSet(QStringLiteral("trace")) && i == runs - 1)
+            state.database->statementHook = [&](const QString& sql) {
+                const double now = threadCpuMillis();
+                trace << QStringLiteral("  %1 ms  %2").arg(now - traceMark, 7, 'f', 1).arg(sql.left(100));
+                traceMark = threadCpuMillis();
+            };
+        traceMark = threadCpuMillis();
+        program.keepBest(search(varemo::search::Marking::Fast));
+        state.database->statementHook = nullptr;
         hits = state.searchResult;
         programMarks = rowsOf(bare, MarkedItems);
         programScratch = rowsOf(bare, ScratchRows);
-        floorJet = std::min(floorJet, floor(true));
-        floorPlain = std::min(floorPlain, floor(false));
+        floorJet.keepBest(floor(true));
+        floorPlain.keepBest(floor(false));
     }
     floor(true);
     const bool floorSame = rowsOf(bare, MarkedItems) == programMarks;
 
-    const double rowByRow = search(varemo::search::Marking::RowByRow);
+    const double rowByRow = search(varemo::search::Marking::RowByRow).wall;
     const bool rowByRowSame = state.searchResult == hits && rowsOf(bare, MarkedItems) == programMarks
         && rowsOf(bare, ScratchRows) == programScratch;
     prepared = {};
 
     std::printf("%d itens, 5 critérios (um \"Qualquer campo\"), %d encontrados\n", items, hits);
-    std::printf("programa (runSearch):              %8.1f ms\n", program);
-    std::printf("piso (um UPDATE, texto como o Jet): %8.1f ms  marcas iguais: %s\n", floorJet,
-        floorSame ? "sim" : "NÃO");
+    if (!trace.isEmpty())
+        std::printf("última procura, CPU por instrução (a preparação antes dela):\n%s\n",
+            qPrintable(trace.join(QLatin1Char('\n'))));
+    std::printf("                                    relógio       CPU\n");
+    std::printf("programa (runSearch):              %8.1f ms %8.1f ms\n", program.wall, program.cpu);
+    std::printf("piso (um UPDATE, texto como o Jet): %8.1f ms %8.1f ms  marcas iguais: %s\n", floorJet.wall,
+        floorJet.cpu, floorSame ? "sim" : "NÃO");
     std::printf(
-        "UPDATE com LIKE do SQLite:          %8.1f ms  (não equivalente; só para comparar)\n", floorPlain);
+        "UPDATE com LIKE do SQLite:          %8.1f ms %8.1f ms  (não equivalente; só para comparar)\n",
+        floorPlain.wall, floorPlain.cpu);
     std::printf("linha a linha (uma vez):            %8.1f ms  marcas e Procura iguais: %s\n", rowByRow,
         rowByRowSame ? "sim" : "NÃO");
 
-    double reference = -1;
+    Times reference;
     const QString tree = parser.value(QStringLiteral("reference"));
     if (!tree.isEmpty()) {
         const QString copy = scratch.filePath(QStringLiteral("referencia.mdb"));
         QFile::copy(parser.positionalArguments().front(), copy);
-        reference = referenceMillis(tree, copy, runs);
-        std::printf("referência Python (run_search):     %8.1f ms\n", reference);
+        reference = referenceTimes(tree, copy, runs);
+        std::printf("referência Python (run_search):     %8.1f ms %8.1f ms\n", reference.wall, reference.cpu);
     }
 
-    std::printf("RESULT search: programa %.1f ms, piso %.1f ms (melhor de %d), razão %.2fx (meta 2x)",
-        program, floorJet, runs, program / floorJet);
-    if (reference > 0)
-        std::printf(", referência %.1f ms (%.1fx o programa)", reference, reference / program);
+    std::printf("RESULT search: programa %.1f ms (CPU %.1f), piso %.1f ms (CPU %.1f), melhor de %d, "
+                "razão %.2fx (CPU %.2fx, meta 2x)",
+        program.wall, program.cpu, floorJet.wall, floorJet.cpu, runs, program.wall / floorJet.wall,
+        program.cpu / floorJet.cpu);
+    if (reference.wall < Never)
+        std::printf(", referência %.1f ms (CPU %.1f): programa/referência %.2f (CPU %.2f)", reference.wall,
+            reference.cpu, program.wall / reference.wall, program.cpu / reference.cpu);
     std::printf("\n");
     bare.close();
     return floorSame && rowByRowSame ? 0 : 1;

@@ -5,6 +5,8 @@
 
 #include <algorithm>
 #include <array>
+#include <string>
+#include <string_view>
 
 namespace varemo::jettext {
 
@@ -285,7 +287,7 @@ namespace {
 
 struct PatternElement {
     enum Type { AnyRun, AnyOne, Digit, Literal, Set } type = Literal;
-    QChar literal;
+    char16_t literal = 0; // folded once here rather than on every character it meets
     QVector<std::pair<QChar, QChar>> ranges; // for a Set; lo == hi for one character
     bool negated = false;
 };
@@ -324,7 +326,7 @@ std::optional<QVector<PatternElement>> compilePattern(const QString& pattern)
                 }
             }
         } else {
-            element.literal = c;
+            element.literal = folded(c.unicode());
         }
         elements.push_back(element);
     }
@@ -344,7 +346,7 @@ bool matchesOne(const PatternElement& element, QChar c)
     case PatternElement::Digit:
         return c >= QLatin1Char('0') && c <= QLatin1Char('9');
     case PatternElement::Literal:
-        return sameLetter(element.literal, c);
+        return element.literal == folded(c.unicode());
     case PatternElement::Set: {
         const bool inSet = std::any_of(
             element.ranges.cbegin(), element.ranges.cend(), [c](const auto& range) {
@@ -369,6 +371,9 @@ bool likePatternValid(const QString& pattern)
 
 struct CompiledLike {
     QVector<PatternElement> elements;
+    // For "*text*", the search's "contains", the text folded: found by a plain scan, with no
+    // element to dispatch on per character. Empty for any other pattern.
+    std::u16string contained;
 };
 
 std::shared_ptr<const CompiledLike> compileLike(const QString& pattern)
@@ -376,7 +381,17 @@ std::shared_ptr<const CompiledLike> compileLike(const QString& pattern)
     auto compiled = compilePattern(pattern);
     if (!compiled)
         return nullptr;
-    return std::make_shared<const CompiledLike>(CompiledLike {std::move(*compiled)});
+    auto like = std::make_shared<CompiledLike>(CompiledLike {std::move(*compiled), {}});
+    const QVector<PatternElement>& elements = like->elements;
+    const auto literal
+        = [](const PatternElement& element) { return element.type == PatternElement::Literal; };
+    if (elements.size() > 2 && elements.front().type == PatternElement::AnyRun
+        && elements.back().type == PatternElement::AnyRun
+        && std::all_of(elements.cbegin() + 1, elements.cend() - 1, literal)) {
+        for (auto it = elements.cbegin() + 1; it != elements.cend() - 1; ++it)
+            like->contained += it->literal;
+    }
+    return like;
 }
 
 bool likeMatches(const QString& text, const QString& pattern)
@@ -385,8 +400,27 @@ bool likeMatches(const QString& text, const QString& pattern)
     return compiled && likeMatches(text, *compiled);
 }
 
+namespace {
+
+bool containsFolded(QStringView text, std::u16string_view needle)
+{
+    const qsizetype last = text.size() - qsizetype(needle.size());
+    for (qsizetype start = 0; start <= last; ++start) {
+        std::size_t k = 0;
+        while (k < needle.size() && folded(text[start + qsizetype(k)].unicode()) == needle[k])
+            ++k;
+        if (k == needle.size())
+            return true;
+    }
+    return false;
+}
+
+} // namespace
+
 bool likeMatches(QStringView text, const CompiledLike& pattern)
 {
+    if (!pattern.contained.empty())
+        return containsFolded(text, pattern.contained);
     const QVector<PatternElement>& elements = pattern.elements;
     // Every element but "*" takes exactly one character, so retrying from the last "*"
     // is enough: no deeper backtracking can find a match this misses.

@@ -1,5 +1,6 @@
 #include "search/criteria.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace varemo::search {
@@ -154,52 +155,41 @@ Plan planSearch(const Rows& rows)
 
 namespace {
 
-// The items any of the criterion's markers finds, as a list for "IN". A name is tested
-// once on its own row, not once for every item below it, and an item reaches its ancestors
-// through their codes: an item whose ancestor is missing has a code that is in no list, as
-// its Null name matched nothing in the markers' chain.
-QString markedItems(const Criterion& criterion)
+// Whether a row of the level satisfies the criterion by its own name or an ancestor's. The
+// ancestors are reached through one list of parent codes, so a row is looked up once however
+// many levels the criterion compares, and each name is tested once on its own row rather than
+// once for every item below it. A row whose ancestor is missing is in no list, as its Null
+// name matched nothing in the markers' chain.
+QString rowCondition(const Criterion& criterion, int level)
 {
     QStringList conditions;
-    for (const int level : criterion.levels) {
-        const QString condition = markerCondition(level, criterion.op, criterion.content);
-        if (level == 4) {
-            conditions << QLatin1Char('(') + condition + QLatin1Char(')');
-            continue;
-        }
-        QString codes
-            = QStringLiteral("SELECT NivelCategoria%1.Codigo FROM NivelCategoria%1 WHERE ").arg(level)
-            + condition;
-        for (int below = level + 1; below < 4; ++below)
-            codes = QStringLiteral("SELECT NivelCategoria%1.Codigo FROM NivelCategoria%1 WHERE "
-                                   "NivelCategoria%1.CodigoCategoria%2 IN (")
-                        .arg(below)
-                        .arg(below - 1)
-                + codes + QLatin1Char(')');
-        conditions << QStringLiteral("(NivelCategoria4.CodigoCategoria3 IN (") + codes + QStringLiteral("))");
-    }
-    return QStringLiteral("(SELECT NivelCategoria4.Codigo FROM NivelCategoria4 WHERE ")
-        + conditions.join(QStringLiteral(" OR ")) + QLatin1Char(')');
+    if (criterion.levels.contains(level))
+        conditions << QLatin1Char('(') + markerCondition(level, criterion.op, criterion.content)
+                + QLatin1Char(')');
+    if (std::any_of(criterion.levels.cbegin(), criterion.levels.cend(), [level](int l) { return l < level; }))
+        conditions << QStringLiteral("(NivelCategoria%1.CodigoCategoria%2 IN (SELECT NivelCategoria%2.Codigo "
+                                     "FROM NivelCategoria%2 WHERE ")
+                          .arg(level)
+                          .arg(level - 1)
+                + rowCondition(criterion, level - 1) + QStringLiteral("))");
+    return conditions.join(QStringLiteral(" OR "));
 }
 
 } // namespace
 
-QString fastMarkingSql(const Criterion& criterion)
-{
-    return QStringLiteral("UPDATE Procura SET ") + markColumn(criterion.number)
-        + QStringLiteral(" = True WHERE Codigo IN ") + markedItems(criterion) + QLatin1Char(';');
-}
-
 QString fastMarkingSql(const QList<Criterion>& criteria)
 {
-    // Each scratch row is written once for all the criteria; a mark is only ever set.
+    // One pass over the scratch table joined to the items: each scratch row is written once
+    // for all the criteria, its item found by its key rather than looked up in a list of
+    // every hit per criterion. A mark is only ever set; a condition that is Null keeps it.
     QStringList assignments;
     for (const Criterion& criterion : criteria) {
-        const QString column = markColumn(criterion.number);
-        assignments << column + QStringLiteral(" = IIf(Codigo IN ") + markedItems(criterion)
+        const QString column = QStringLiteral("Procura.") + markColumn(criterion.number);
+        assignments << column + QStringLiteral(" = IIf(") + rowCondition(criterion, 4)
                 + QStringLiteral(", True, ") + column + QLatin1Char(')');
     }
-    return QStringLiteral("UPDATE Procura SET ") + assignments.join(QStringLiteral(", ")) + QLatin1Char(';');
+    return QStringLiteral("UPDATE Procura, NivelCategoria4 SET ") + assignments.join(QStringLiteral(", "))
+        + QStringLiteral(" WHERE Procura.Codigo = NivelCategoria4.Codigo;");
 }
 
 } // namespace varemo::search

@@ -32,9 +32,11 @@ const QStringList& preparationStatements();
 inline const QString AbreProcura = QStringLiteral("SELECT * FROM Procura;");
 QString itemPaths();
 
-inline const QString MarcaItens
-    = QStringLiteral("UPDATE NivelCategoria4, Procura SET NivelCategoria4.Marca = TRUE "
-                     "WHERE (Procura.Marca = TRUE) AND NivelCategoria4.Codigo = Procura.Codigo;");
+// Every item whose scratch row is marked gets its mark, found through a list of those rows'
+// codes: one pass over the items, where a join of the two tables is first written out to a
+// scratch table of its own.
+inline const QString MarcaItens = QStringLiteral("UPDATE NivelCategoria4 SET Marca = TRUE WHERE Codigo IN "
+                                                 "(SELECT Codigo FROM Procura WHERE Marca = TRUE);");
 inline const QString ContaItens
     = QStringLiteral("SELECT COUNT(*) AS Items FROM NivelCategoria4 WHERE Marca = True");
 inline const QString CampoContagem = QStringLiteral("Items");
@@ -89,11 +91,9 @@ struct Plan {
 // number nor a link. Throws std::invalid_argument for a field or operator that is not a choice.
 Plan planSearch(const Rows& rows);
 
-// One statement setting the criterion's column on every item any of its markers finds:
-// the markers' conditions over the same chain, so a condition that is Null marks nothing.
-// Only for a plain criterion.
-QString fastMarkingSql(const Criterion& criterion);
-// The same for several plain criteria in one statement.
+// One statement setting each plain criterion's column on every item any of its markers
+// finds: the markers' conditions over the same chain, so a condition that is Null marks
+// nothing.
 QString fastMarkingSql(const QList<Criterion>& criteria);
 
 } // namespace varemo::search
