@@ -54,10 +54,23 @@ QByteArray csvNumber(double value)
     return text;
 }
 
+// A spreadsheet opening the file runs a cell that starts with one of these as a formula: a
+// name such as "=HYPERLINK(...)" typed into the chart would reach the reader's machine as a
+// live link or command. A leading apostrophe, inside quotes, keeps it text. The amounts never
+// come through here, so a negative amount stays a number.
+bool startsLikeFormula(const QByteArray& bytes)
+{
+    return !bytes.isEmpty() && QByteArrayView("=+-@\t\r").contains(bytes.front());
+}
+
 QByteArray csvField(const QString& text)
 {
     QByteArray bytes = text.toUtf8();
-    if (bytes.contains(';') || bytes.contains('"') || bytes.contains('\n') || bytes.contains('\r'))
+    const bool formulaLike = startsLikeFormula(bytes);
+    if (formulaLike)
+        bytes.prepend('\'');
+    if (formulaLike || bytes.contains(';') || bytes.contains('"') || bytes.contains('\n')
+        || bytes.contains('\r'))
         bytes = '"' + bytes.replace("\"", "\"\"") + '"';
     return bytes;
 }

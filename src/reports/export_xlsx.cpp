@@ -19,9 +19,10 @@ constexpr int MaxLevel = 4;
 constexpr double MinTextWidth = 30;
 constexpr double MaxTextWidth = 90;
 constexpr double NumberWidth = 16;
-constexpr double CharsPerIndent = 3;
-constexpr int MaxFormulaLength
-    = 8000; // Excel's limit is 8192 characters // how wide one indentation step is, in characters
+constexpr double CharsPerIndent = 3; // how wide one indentation step is, in characters
+// The longest formula a spreadsheet accepts, without its "=": Excel refuses the whole workbook
+// for one formula past it.
+constexpr qsizetype MaxFormulaLength = 8192;
 
 QByteArray utf8(const QString& text)
 {
@@ -127,9 +128,8 @@ public:
                 const int column = detail::hasQuantityColumn(m_table) ? 2 : 1;
                 const QString formula
                     = isFormula(line) ? sumFormula(line.terms, firstLineRow, column) : QString();
-                // Excel refuses a whole workbook for one formula longer than it takes: a total over
-                // thousands of scattered items stays a plain number.
-                if (formula.isEmpty() || formula.size() > MaxFormulaLength)
+                // A total over thousands of scattered items stays a plain number.
+                if (formula.isEmpty() || formula.size() - 1 > MaxFormulaLength)
                     worksheet_write_number(
                         m_sheet, lineRow, static_cast<lxw_col_t>(column), *line.amount, m_number[bold]);
                 else

@@ -183,6 +183,73 @@ private slots:
         QCOMPARE(file.readAll(), expected);
     }
 
+    // A text a spreadsheet would run as a formula stays text; the amount stays a number.
+    void csvFormulaText_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<QByteArray>("field");
+        QTest::newRow("=") << "=HYPERLINK(\"x\")" << QByteArray("\"'=HYPERLINK(\"\"x\"\")\"");
+        QTest::newRow("+") << "+55 11" << QByteArray("\"'+55 11\"");
+        QTest::newRow("-") << "-12,50" << QByteArray("\"'-12,50\"");
+        QTest::newRow("@") << "@SUM(A1)" << QByteArray("\"'@SUM(A1)\"");
+        QTest::newRow("tab") << "\tcmd" << QByteArray("\"'\tcmd\"");
+        QTest::newRow("carriage return") << "\rcmd" << QByteArray("\"'\rcmd\"");
+        QTest::newRow("sign inside the name") << "Pão = 2" << QByteArray("Pão = 2");
+    }
+
+    void csvFormulaText()
+    {
+        QFETCH(QString, text);
+        QFETCH(QByteArray, field);
+        Table table;
+        table.title = text;
+        table.columns = QStringList {QStringLiteral("Valor")};
+        table.lines = {{Line::Kind::Detail, 4, text, {}, -3.5, {}}};
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("r.csv"));
+        QVERIFY(writeCsv(table, path));
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(),
+            "\xEF\xBB\xBF" + field + "\r\n\r\nNível;Descrição;Valor\r\n4;" + field + ";-3,50\r\n");
+    }
+
+    // A total over every other row from row 1004 on: each term is four digits and a sign.
+    void xlsxLongSum_data()
+    {
+        QTest::addColumn<int>("terms");
+        QTest::addColumn<bool>("formula");
+        QTest::newRow("8,159 characters: a formula") << 1360 << true;
+        QTest::newRow("8,219 characters: its value") << 1370 << false;
+    }
+
+    void xlsxLongSum()
+    {
+        QFETCH(int, terms);
+        Table table;
+        table.title = QStringLiteral("Longo");
+        table.columns = QStringList {QStringLiteral("Valor")};
+        table.lines.assign(
+            std::size_t(1000 + 2 * terms), {Line::Kind::Detail, 4, QStringLiteral("Item"), {}, 1.0, {}});
+        Line total {Line::Kind::Total, 0, QStringLiteral("Total"), {}, double(terms), {}};
+        for (int i = 0; i < terms; ++i)
+            total.terms.emplace_back(1000 + 2 * i, 1);
+        table.lines.push_back(total);
+        QTemporaryDir dir;
+        const QString path = dir.filePath(QStringLiteral("r.xlsx"));
+        QVERIFY(writeXlsx(table, path));
+        const Workbook book(path);
+        QString row;
+        for (auto it = book.cells.cbegin(); it != book.cells.cend(); ++it) {
+            if (it.value().value == u"Total")
+                row = it.key().mid(1);
+        }
+        const Cell cell = book.cells.value(QLatin1Char('B') + row);
+        QCOMPARE(cell.value, QString::number(terms));
+        QTEST(!cell.formula.isEmpty(), "formula");
+        QVERIFY(cell.formula.size() <= 8192);
+    }
+
     void refusals_data()
     {
         QTest::addColumn<QString>("target"); // under an empty folder
