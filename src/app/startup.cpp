@@ -39,6 +39,11 @@ const QString ImproperMessage = QStringLiteral("Solicite ajuda do Adm. de Sistem
                                                "Banco de dados não encontrado\r"
                                                "ou com formato .mdb impróprio!");
 const QString ImproperTitle = QStringLiteral("Arquivo não existe ou impróprio");
+// A company on a server (named in Empresa.ini) that cannot be reached or refuses the login.
+const QString ServerMessage = QStringLiteral("Solicite ajuda do Adm. de Sistema\r"
+                                             "Servidor do banco de dados não encontrado\r"
+                                             "ou acesso recusado!");
+const QString ServerTitle = QStringLiteral("Servidor não encontrado ou acesso recusado");
 
 void prepareState(const QString& programFolder, AppState& state)
 {
@@ -129,6 +134,8 @@ bool openDatabase(AppState& state, Desktop& desktop)
     } catch (const JetError& error) {
         if (error.number() == jet::Corrupted)
             desktop.msgbox(CorruptMessage, vb::Critical, CorruptTitle);
+        else if (error.number() == jet::ServerConnectionFailed)
+            desktop.msgbox(ServerMessage, vb::Critical, ServerTitle);
         else
             desktop.msgbox(ImproperMessage, vb::Critical, ImproperTitle);
         return false;

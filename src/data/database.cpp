@@ -2,10 +2,13 @@
 
 #include "data/database_p.h"
 #include "data/recordset_p.h"
+#include "data/server_p.h"
 
 #include <QDate>
 #include <QDateTime>
+#include <QDir>
 #include <QFileInfo>
+#include <QSettings>
 #include <QSqlDriver>
 #include <QSqlError>
 #include <QUrl>
@@ -292,7 +295,7 @@ void Database::Private::endWait() noexcept
 
 void Database::Private::checkOpen() const
 {
-    if (!handle)
+    if (!handle && !server)
         throw closedObject();
 }
 
@@ -332,6 +335,12 @@ void Database::Private::fail(const QString& original) const
 QueryResult Database::Private::query(
     const QString& sql, const Row& parameters, const QString& original, bool firstRowOnly, bool rowidLast)
 {
+    if (server) {
+        QueryResult result = server->query(sql, parameters, original, firstRowOnly, rowidLast);
+        if (owner->statementHook)
+            owner->statementHook(sql);
+        return result;
+    }
     checkOpen();
     // Whatever the statement ends in, a wait it began is over when it returns.
     const OnExit waitEnd([this] { endWait(); });
@@ -373,6 +382,12 @@ QueryResult Database::Private::query(
 
 int Database::Private::run(const QString& sql, const Row& parameters, const QString& original)
 {
+    if (server) {
+        const int changed = server->run(sql, parameters, original);
+        if (owner->statementHook)
+            owner->statementHook(sql);
+        return changed;
+    }
     checkOpen();
     // Whatever the statement ends in, a wait it began is over when it returns.
     const OnExit waitEnd([this] { endWait(); });
@@ -392,13 +407,13 @@ int Database::Private::run(const QString& sql, const Row& parameters, const QStr
 
 qint64 Database::Private::lastInsertRowid() const
 {
-    return sqlite3_last_insert_rowid(handle);
+    return server ? server->lastInsertRowid() : sqlite3_last_insert_rowid(handle);
 }
 
 dialect::Translation Database::Private::translate(const QString& jetText) const
 {
     checkOpen();
-    return dialect::translate(jetText, catalog);
+    return server ? dialect::translate(jetText, catalog, target) : dialect::translate(jetText, catalog);
 }
 
 void Database::Private::noteWrite(Recordset* recordset)
@@ -421,8 +436,12 @@ void Database::Private::abandon() noexcept
 {
     owner->m_transactionDepth = 0;
     doomed = false;
-    if (handle && !sqlite3_get_autocommit(handle)) {
-        sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
+    const bool open = server ? server->inTransaction() : handle && !sqlite3_get_autocommit(handle);
+    if (open) {
+        if (server)
+            server->rollback();
+        else
+            sqlite3_exec(handle, "ROLLBACK", nullptr, nullptr, nullptr);
         try {
             if (owner->statementHook)
                 owner->statementHook(QStringLiteral("ROLLBACK"));
@@ -469,8 +488,57 @@ std::unique_ptr<Database> Database::open(const QString& path)
     return open(path, BusyTimeoutMs);
 }
 
+std::optional<ServerAddress> Database::serverOf(const QString& dataFolder)
+{
+    const QString ini = QDir(dataFolder).filePath(QStringLiteral("Empresa.ini"));
+    if (!QFileInfo(ini).isFile())
+        return std::nullopt;
+    QSettings settings(ini, QSettings::IniFormat);
+    settings.beginGroup(QStringLiteral("Servidor"));
+    const QString host = settings.value(QStringLiteral("Servidor")).toString().trimmed();
+    if (host.isEmpty())
+        return std::nullopt;
+    ServerAddress server;
+    server.host = host;
+    server.port = settings.value(QStringLiteral("Porta"), server.port).toInt();
+    server.database = settings.value(QStringLiteral("Banco")).toString().trimmed();
+    server.user = settings.value(QStringLiteral("Usuario")).toString().trimmed();
+    return server;
+}
+
+std::unique_ptr<Database> Database::open(const ServerAddress& server, int busyTimeoutMs)
+{
+    const QString shown = QStringLiteral("%1:%2/%3").arg(server.host).arg(server.port).arg(server.database);
+    const QString name = QStringLiteral("varemo-database-%1").arg(++connectionSerial);
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
+        db.setHostName(server.host);
+        db.setPort(server.port);
+        db.setDatabaseName(server.database);
+        db.setUserName(server.user);
+        if (!db.isValid() || !db.open()) {
+            const QString message = db.lastError().databaseText();
+            db = QSqlDatabase();
+            QSqlDatabase::removeDatabase(name);
+            throw dialect::serverUnreachable(shown, message);
+        }
+    }
+    std::unique_ptr<Database> database(new Database(name, shown));
+    database->d->server = std::make_unique<ServerEngine>(database->connection());
+    database->d->server->setLockTimeout(busyTimeoutMs);
+    database->d->catalog = database->d->server->readCatalog(database->d->target);
+    // A company another workstation holds whole is told now, as with the file.
+    if (database->hasTable(QStringLiteral("DadosEmpresa")))
+        database->d->query(QStringLiteral("SELECT count(*) FROM DadosEmpresa"), {}, {}, true);
+    return database;
+}
+
 std::unique_ptr<Database> Database::open(const QString& path, int busyTimeoutMs)
 {
+    // The data folder's Empresa.ini may send the company to a server instead of its file.
+    if (const auto server = serverOf(QFileInfo(path).absolutePath() + QStringLiteral("/..")))
+        return open(*server, busyTimeoutMs);
+
     // Never create: a missing file (or a folder in its place) is not a database to open.
     const QFileInfo file(path);
     if (!file.exists() || !file.isFile())
@@ -511,11 +579,16 @@ std::unique_ptr<Database> Database::open(const QString& path, int busyTimeoutMs)
 void Database::setBusyTimeout(int milliseconds)
 {
     d->checkOpen();
+    if (d->server)
+        d->server->setLockTimeout(milliseconds);
     d->busyTimeoutMs = milliseconds;
 }
 
 void Database::checkTables(const QStringList& tables)
 {
+    // The server keeps its own pages whole: nothing for a client to walk.
+    if (d->server)
+        return;
     for (const QString& table : tables) {
         QString quoted = table;
         quoted.replace(QLatin1Char('"'), QLatin1String("\"\""));
@@ -556,12 +629,17 @@ bool Database::hasTable(const QString& name) const
 
 bool Database::isOpen() const
 {
-    return d->handle != nullptr;
+    return d->handle != nullptr || d->server != nullptr;
+}
+
+bool Database::onServer() const
+{
+    return d->server != nullptr;
 }
 
 void Database::close()
 {
-    if (!d->handle)
+    if (!d->handle && !d->server)
         return;
     if (m_transactionDepth > 0)
         d->abandon();
@@ -572,6 +650,7 @@ void Database::close()
     d->recordsets.clear();
     d->touched.clear();
     d->handle = nullptr;
+    d->server.reset();
     {
         QSqlDatabase db = QSqlDatabase::database(m_connectionName, false);
         db.close();

@@ -10,8 +10,19 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 namespace varemo {
+
+// A company kept on a PostgreSQL server instead of its file, for several workstations.
+// The password is never here: libpq reads it from PGPASSWORD or the password file
+// (PGPASSFILE, ~/.pgpass) as every PostgreSQL client does.
+struct ServerAddress {
+    QString host; // a name, an address, or the folder of the server's socket
+    int port = 5432;
+    QString database;
+    QString user;
+};
 
 // The one open company database. Statement and criteria texts are Jet's; they are
 // translated on the way to the engine. Every engine failure surfaces as JetError.
@@ -23,8 +34,15 @@ public:
     // Opens an existing company file shared and read-write. A file that is not a
     // database, or is damaged, fails with 3049; a missing one with another number.
     static std::unique_ptr<Database> open(const QString& path);
-    // The same with another wait for locks (tests use a short one).
+    // The same with another wait for locks (tests use a short one). When the company's
+    // Empresa.ini (in the folder above Dados) names a server, the company is opened there.
     static std::unique_ptr<Database> open(const QString& path, int busyTimeoutMs);
+    // A company on a server; one that cannot be reached or refuses the login fails with
+    // jet::ServerConnectionFailed, and nothing is written.
+    static std::unique_ptr<Database> open(const ServerAddress& server, int busyTimeoutMs = BusyTimeoutMs);
+    // The server the [Servidor] section of a data folder's Empresa.ini names (keys Servidor,
+    // Porta, Banco, Usuario), if there is one.
+    static std::optional<ServerAddress> serverOf(const QString& dataFolder);
 
     ~Database();
     Database(const Database&) = delete;
@@ -48,6 +66,7 @@ public:
     const QString& path() const { return m_path; }
     QSqlDatabase connection() const;
     bool inTransaction() const { return m_transactionDepth > 0; }
+    bool onServer() const;
 
     // Called after every statement that reached the engine (the crash tests count them).
     std::function<void(const QString& sql)> statementHook;

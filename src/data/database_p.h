@@ -11,11 +11,14 @@
 #include <QString>
 #include <QVariant>
 
+#include <memory>
 #include <vector>
 
 struct sqlite3;
 
 namespace varemo {
+
+class ServerEngine;
 
 using Row = QList<QVariant>;
 
@@ -31,7 +34,10 @@ struct QueryResult {
 struct Database::Private {
     Database* owner = nullptr;
     sqlite3* handle = nullptr;
+    // Set instead of the handle for a company on a PostgreSQL server.
+    std::unique_ptr<ServerEngine> server;
     dialect::Catalog catalog;
+    dialect::Target target;
     std::vector<Recordset*> recordsets;
     // Recordsets written inside the running transaction: they go back to their rows
     // as they were before it when it is abandoned.

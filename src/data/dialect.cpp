@@ -271,7 +271,9 @@ void Translator::rewriteConcatenation()
         const QString right = join(at + 1, end);
         if (left.isEmpty() || right.isEmpty())
             fail();
-        replace(start, end, QStringLiteral("jet_concat(%1, %2)").arg(left, right));
+        replace(start, end,
+            m_target.server ? serverConcat(left, right)
+                            : QStringLiteral("jet_concat(%1, %2)").arg(left, right));
         at = start;
     }
 }
@@ -293,13 +295,19 @@ void Translator::rewriteLike()
         if (left.isEmpty() || right.isEmpty())
             fail();
         const qsizetype patternAt = next(at + 1);
-        if (next(patternAt + 1) == end && m_tokens[patternAt].kind == Kind::String) {
+        const bool literal = next(patternAt + 1) == end && m_tokens[patternAt].kind == Kind::String;
+        QString call;
+        if (literal) {
             const QString pattern = jettext::stringValue(m_tokens[patternAt]);
             if (!jettext::likePatternValid(pattern))
                 fail();
             right = jettext::sqlString(pattern);
+            if (m_target.server)
+                call = serverLike(left, pattern);
         }
-        const QString call = QStringLiteral("jet_like(%1, %2)").arg(left, right);
+        if (call.isEmpty())
+            call = m_target.server ? serverLikeExpression(left, right)
+                                   : QStringLiteral("jet_like(%1, %2)").arg(left, right);
         replace(start, end, negated ? QStringLiteral("NOT ") + call : call);
         at = start;
     }
@@ -368,6 +376,10 @@ void Translator::collateOrdering(const char* firstWord)
                 fail();
         }
         const qsizetype first = next(it->first);
+        if (m_target.server) {
+            serverOrdering(first, last, it->second, direction, qstrcmp(firstWord, "ORDER") == 0);
+            continue;
+        }
         if (first == last && m_tokens[first].kind == Kind::Number)
             continue; // a column number, which a collation would turn into a constant
         const QString term = join(first, last + 1);
@@ -375,6 +387,25 @@ void Translator::collateOrdering(const char* firstWord)
         replace(first, it->second,
             (simple ? term : QLatin1Char('(') + term + QLatin1Char(')')) + Collate + direction);
     }
+}
+
+// On the server only the fields known to hold text take the collation (it refuses one on
+// numbers and dates), and Null sorts first as in Jet and SQLite, not last.
+void Translator::serverOrdering(
+    qsizetype first, qsizetype last, qsizetype end, const QString& direction, bool ordering)
+{
+    QString term = join(first, last + 1);
+    const bool simple = first == last && m_tokens[first].kind == Kind::Name;
+    if (simple
+        && m_target.textFields.contains(jettext::unbracket(term).section(QLatin1Char('.'), -1).toLower()))
+        term += Collate;
+    if (ordering)
+        term += direction
+            + (direction.contains(QLatin1String("DESC")) ? QStringLiteral(" NULLS LAST")
+                                                         : QStringLiteral(" NULLS FIRST"));
+    else
+        term += direction;
+    replace(first, end, term);
 }
 
 Translation Translator::run()
@@ -421,7 +452,13 @@ Translation Translator::run()
 
 Translation translate(const QString& jetText, const Catalog& catalog)
 {
-    return detail::Translator(jetText, catalog).run();
+    static const Target sqlite;
+    return detail::Translator(jetText, catalog, sqlite).run();
+}
+
+Translation translate(const QString& jetText, const Catalog& catalog, const Target& target)
+{
+    return detail::Translator(jetText, catalog, target).run();
 }
 
 } // namespace varemo::dialect

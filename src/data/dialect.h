@@ -3,6 +3,7 @@
 #include "data/errors.h"
 
 #include <QHash>
+#include <QSet>
 #include <QSqlDatabase>
 #include <QString>
 #include <QStringList>
@@ -29,10 +30,19 @@ struct Translation {
     bool returnsRows = false;
 };
 
+// Where a translation goes. A PostgreSQL server has no functions of ours and refuses a
+// collation on a field that holds no text, so it needs to know which fields do.
+struct Target {
+    bool server = false;
+    QSet<QString> textFields; // lower-cased names of the fields holding text, any table
+};
+
 // A Jet statement text translated to SQLite. Throws JetError with Jet's number for a
 // text Jet itself would refuse (3075/3077 for a quote that breaks the text...).
 // A bare table name is read as "SELECT * FROM" that table.
 Translation translate(const QString& jetText, const Catalog& catalog);
+// The same for the given engine.
+Translation translate(const QString& jetText, const Catalog& catalog, const Target& target);
 
 // Registers on a connection the collation and functions the translations use, so that
 // text compares and sorts as in Jet for Portuguese whatever the columns were declared with.
@@ -61,6 +71,18 @@ QString valueText(const QVariant& value);
 // suite's modules know: busy/locked 3218, not a database/corrupt 3049, read-only 3027,
 // constraint 3022, a syntax error 3075 on the statement text...
 JetError fromSqlite(int sqliteCode, const QString& message, const QString& statement = {});
+
+// A PostgreSQL failure (its SQLSTATE and message) as the Jet error the suite's modules know:
+// a lock not granted in time 3218, a duplicate key 3022, a syntax error 3075...
+JetError fromPostgres(const QString& sqlState, const QString& message, const QString& statement = {});
+
+// A statement as the translator and the recordsets write it, in the server's words: "?"
+// parameters numbered, quoted names in the lower case the server keeps them in, a
+// sub-query in FROM named, SQLite's BEGIN IMMEDIATE a plain BEGIN.
+QString serverText(const QString& sql);
+
+// The server could not be reached, or refused the login.
+JetError serverUnreachable(const QString& server, const QString& message);
 
 // Jet's syntax errors: in a statement (3075) and in a criteria expression (3077).
 JetError syntaxErrorInQuery(const QString& text);

@@ -20,11 +20,18 @@ QSet<QString> words(std::initializer_list<const char*> list);
 QString quoted(const QString& name);
 bool isPlainName(const Token& token);
 
+// Jet's Like on a PostgreSQL server: the text folded by ICU and matched against the pattern
+// turned into an anchored regular expression (Like itself refuses the ICU collation).
+QString serverLike(const QString& subject, const QString& jetPattern);
+QString serverLikeExpression(const QString& subject, const QString& patternExpression);
+QString serverConcat(const QString& left, const QString& right);
+
 class Translator {
 public:
-    Translator(const QString& text, const Catalog& catalog)
+    Translator(const QString& text, const Catalog& catalog, const Target& target)
         : m_text(text)
         , m_catalog(catalog)
+        , m_target(target)
     {
     }
 
@@ -51,6 +58,8 @@ private:
     bool listHoldsText(qsizetype open) const;
     void collateText();
     void collateOrdering(const char* firstWord);
+    void serverOrdering(
+        qsizetype first, qsizetype last, qsizetype end, const QString& direction, bool ordering);
 
     // --- statements ---
     struct Table {
@@ -71,6 +80,7 @@ private:
 
     const QString& m_text;
     const Catalog& m_catalog;
+    const Target& m_target;
     Tokens m_tokens;
 };
 

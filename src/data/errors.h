@@ -56,6 +56,7 @@ inline constexpr qint32 GeneralError = 3000;
 inline constexpr qint32 DiskOrNetwork = 3043;
 inline constexpr qint32 QueryTooComplex = 3360;
 inline constexpr qint32 InvalidStatement = 3129;
+inline constexpr qint32 ServerConnectionFailed = 3151;
 } // namespace jet
 
 } // namespace varemo

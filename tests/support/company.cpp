@@ -3,9 +3,12 @@
 #include "data/demo.h"
 #include "data/errors.h"
 #include "data/schema.h"
+#include "data/servercompany.h"
+#include "support/pgserver.h"
 
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QTest>
@@ -123,6 +126,8 @@ TestCompany::TestCompany(Seed seed)
     const QString built = qEnvironmentVariable("VAREMO_PROGRAM_DIR");
     if (seed == Seed::Demo) {
         demo::build(m_dir.path(), built, demoToday());
+        if (onServer())
+            moveToServer();
         return;
     }
     QDir().mkpath(programFolder());
@@ -139,11 +144,132 @@ TestCompany::TestCompany(Seed seed)
     }
 
     seedDatabase(databasePath(), seed == Seed::Small ? smallSeed : emptySeed);
+    if (onServer())
+        moveToServer();
+}
+
+// The company moves to a fresh server database; its file stays as the tests' mirror of it.
+void TestCompany::moveToServer()
+{
+    PgServer& server = PgServer::instance();
+    m_serverDatabase = server.createDatabase();
+    try {
+        QSqlDatabase file = sql();
+        QSqlDatabase target = serverSql();
+        servercompany::copy(file, target);
+        m_fileStamp = fileStamp();
+        m_serverPosition = serverPosition();
+    } catch (const JetError& error) {
+        qFatal("TestCompany: copy to the server failed: %s", qPrintable(error.description()));
+    }
+    const QByteArray section
+        = QStringLiteral("\r\n[Servidor]\r\nServidor=%1\r\nPorta=%2\r\nBanco=%3\r\nUsuario=%4\r\n")
+              .arg(server.socketFolder())
+              .arg(server.port())
+              .arg(m_serverDatabase, server.user())
+              .toUtf8();
+    const QString ini = dataFolder() + QStringLiteral("Empresa.ini");
+    writeFile(ini, readFile(ini) + section);
+}
+
+QSqlDatabase TestCompany::serverSql()
+{
+    const QString name = m_connection + QStringLiteral("-server");
+    if (QSqlDatabase::contains(name))
+        return QSqlDatabase::database(name);
+    const PgServer& server = PgServer::instance();
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
+    db.setHostName(server.socketFolder());
+    db.setPort(server.port());
+    db.setUserName(server.user());
+    db.setDatabaseName(m_serverDatabase);
+    if (!db.open())
+        qFatal("TestCompany: %s", qPrintable(db.lastError().text()));
+    return db;
+}
+
+QString TestCompany::fileStamp() const
+{
+    const QFileInfo file(databasePath());
+    return QStringLiteral("%1/%2").arg(file.lastModified().toMSecsSinceEpoch()).arg(file.size());
+}
+
+QString TestCompany::serverPosition()
+{
+    QSqlQuery position(serverSql());
+    if (!position.exec(QStringLiteral("SELECT pg_current_wal_insert_lsn()::text")) || !position.next())
+        qFatal("TestCompany: %s", qPrintable(position.lastError().text()));
+    return position.value(0).toString();
+}
+
+// The checks are written in SQLite's words: on the server they run on the file. Whichever
+// side changed since the last sync is copied onto the other: the file when a test wrote it
+// directly (a generator, a direct statement), else the server when the program wrote it.
+void TestCompany::sync()
+{
+    if (m_serverDatabase.isEmpty())
+        return;
+    QSqlDatabase server = serverSql();
+    QSqlDatabase file = sql();
+    try {
+        if (fileStamp() != m_fileStamp) {
+            QSqlQuery query(server);
+            if (!m_serverTransaction)
+                query.exec(QStringLiteral("BEGIN"));
+            servercompany::copyRows(file, server);
+            if (!m_serverTransaction)
+                query.exec(QStringLiteral("COMMIT"));
+        } else if (serverPosition() != m_serverPosition || m_serverTransaction) {
+            file.transaction();
+            servercompany::copyRows(server, file);
+            file.commit();
+        }
+    } catch (const JetError& error) {
+        qFatal("TestCompany: %s", qPrintable(error.description()));
+    }
+    m_fileStamp = fileStamp();
+    m_serverPosition = serverPosition();
+}
+
+// A test's BEGIN holds the server's tables against writers, as BEGIN IMMEDIATE holds the
+// file; its ROLLBACK or COMMIT ends that.
+bool TestCompany::serverTransaction(const QString& statement)
+{
+    const QString word = statement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
+    QSqlQuery query(serverSql());
+    if (word == QLatin1String("BEGIN")) {
+        // SQLite's locks as the server's: a reader's shared lock, a writer's, an exclusive one.
+        const QString mode = statement.contains(QLatin1String("EXCLUSIVE"), Qt::CaseInsensitive)
+            ? QStringLiteral("ACCESS EXCLUSIVE")
+            : statement.contains(QLatin1String("IMMEDIATE"), Qt::CaseInsensitive)
+            ? QStringLiteral("EXCLUSIVE")
+            : QStringLiteral("SHARE");
+        query.exec(QStringLiteral("BEGIN"));
+        query.exec(QStringLiteral("LOCK TABLE %1 IN %2 MODE")
+                       .arg(schema::tableNames().join(QLatin1String(", ")), mode));
+        m_serverTransaction = true;
+        return true;
+    }
+    if (word == QLatin1String("ROLLBACK") || word == QLatin1String("COMMIT")
+        || word == QLatin1String("END")) {
+        query.exec(word);
+        m_serverTransaction = false;
+        m_serverPosition.clear();
+        return true;
+    }
+    return false;
 }
 
 TestCompany::~TestCompany()
 {
-    closeSql();
+    if (QSqlDatabase::contains(m_connection)) {
+        QSqlDatabase::database(m_connection, false).close();
+        QSqlDatabase::removeDatabase(m_connection);
+    }
+    if (!m_serverDatabase.isEmpty()) {
+        QSqlDatabase::removeDatabase(m_connection + QStringLiteral("-server"));
+        PgServer::instance().dropDatabase(m_serverDatabase);
+    }
 }
 
 QString TestCompany::root() const
@@ -184,6 +310,7 @@ QSqlDatabase TestCompany::sql()
 
 QVariant TestCompany::scalar(const QString& sqliteQuery)
 {
+    sync();
     QSqlQuery query(sql());
     if (!query.exec(sqliteQuery)) {
         QTest::qFail(
@@ -195,16 +322,24 @@ QVariant TestCompany::scalar(const QString& sqliteQuery)
 
 void TestCompany::exec(const QString& sqliteStatement)
 {
+    if (!m_serverDatabase.isEmpty() && serverTransaction(sqliteStatement))
+        return;
+    sync();
     QSqlQuery query(sql());
     if (!query.exec(sqliteStatement))
         QTest::qFail(qPrintable(sqliteStatement + QStringLiteral(": ") + query.lastError().text()), __FILE__,
             __LINE__);
+    m_fileStamp.clear(); // the file is ahead now
+    sync();
 }
 
 void TestCompany::closeSql()
 {
-    if (!QSqlDatabase::contains(m_connection))
+    if (!QSqlDatabase::contains(m_connection) && m_serverDatabase.isEmpty())
         return;
+    // The program is about to open the company: the server gets what the test wrote.
+    if (!m_serverDatabase.isEmpty() && !m_serverTransaction)
+        sync();
     QSqlDatabase::database(m_connection, false).close();
     QSqlDatabase::removeDatabase(m_connection);
 }

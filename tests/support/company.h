@@ -13,7 +13,9 @@ namespace varemo::test {
 // A whole installation in a temporary folder, as the suite lays it out: a program folder
 // (Caminho.dad naming the data folder, Sons/, Ajuda/) and a data folder (Empresa.ini,
 // Dados/empresa.mdb made with our schema and a small seeded chart, products, sales and
-// purchases, two saved report definitions). Removed with the object.
+// purchases, two saved report definitions). Removed with the object. With
+// VAREMO_TEST_ENGINE=postgresql the seeded company is then laid onto a fresh database of the
+// test process's PostgreSQL server and Empresa.ini names it, so the program opens it there.
 class TestCompany {
 public:
     // Small: a compact chart known row by row (see company.cpp); Empty: the tables and the
@@ -33,7 +35,12 @@ public:
     QString databasePath() const;
     QString errorLogPath() const; // the suite's shared log, Dados/Erros.txt
 
-    // A direct connection to the file for checks, outside the program's data layer.
+    // The server database the company lives in, empty when it lives in its file.
+    QString serverDatabase() const { return m_serverDatabase; }
+
+    // A direct connection to the file for checks, outside the program's data layer. With the
+    // company on a server, scalar() and exec() keep the file and the server alike, so the
+    // same checks hold on both.
     QSqlDatabase sql();
     QVariant scalar(const QString& sqliteQuery);
     int count(const QString& sqliteQuery) { return scalar(sqliteQuery).toInt(); }
@@ -41,8 +48,20 @@ public:
     void closeSql();
 
 private:
+    void moveToServer();
+    QSqlDatabase serverSql();
+    void sync();
+    QString fileStamp() const;
+    QString serverPosition();
+    bool serverTransaction(const QString& statement);
+
     QTemporaryDir m_dir;
     QString m_connection;
+    QString m_serverDatabase;
+    // The file's time and size and the server's write position when both were last alike.
+    QString m_fileStamp;
+    QString m_serverPosition;
+    bool m_serverTransaction = false;
 };
 
 // The items joined to their four levels above, as the item page reads them; ends in a blank.
