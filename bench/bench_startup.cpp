@@ -6,6 +6,9 @@
 // (offscreen platform), so process start, libraries and QApplication count in both:
 // - baseline: a QApplication showing one empty QWidget;
 // - program: the splash load and the main window's load (varemo::start) then show();
+// - program, whole chart: the same, timed until the rest of the chart that the load leaves for
+//   after the window is shown has been read from the event loop; its peak memory is the
+//   program's with every row in memory, the figure to hold against the reference's;
 // - reference (optional): the earlier Python program's own child, on the same program folder.
 // The company is the demo, an installed program folder, or a company file (from `generate`)
 // installed in a scratch folder. Each child's peak resident memory is its maximum RSS as the
@@ -43,6 +46,7 @@ extern char** environ;
 namespace {
 
 const char* const Ready = "READY";
+const char* const AllRead = "ALLREAD";
 
 void waitExposed(QWidget& widget)
 {
@@ -70,7 +74,7 @@ int childBare(int argc, char** argv)
     return 0;
 }
 
-int childProgram(int argc, char** argv, const QString& programFolder)
+int childProgram(int argc, char** argv, const QString& programFolder, bool wholeChart)
 {
     QApplication app(argc, argv);
     varemo::AppState state;
@@ -84,6 +88,12 @@ int childProgram(int argc, char** argv, const QString& programFolder)
     waitExposed(*window);
     std::printf("%s\n", Ready);
     std::fflush(stdout);
+    if (wholeChart) {
+        while (!window->restRead())
+            QApplication::processEvents(QEventLoop::AllEvents, 5);
+        std::printf("%s\n", AllRead);
+        std::fflush(stdout);
+    }
     window->Form_Unload();
     return 0;
 }
@@ -95,6 +105,7 @@ struct Child {
     QList<double> millis;
     QList<double> peakMb;
     QList<double> cpuMillis;
+    const char* marker = Ready; // the line that ends the timed part
 };
 
 struct Run {
@@ -152,7 +163,7 @@ Run runChild(const Child& child, const QStringList& env)
         if (got <= 0)
             break;
         text.append(buffer, got);
-        if (text.contains(Ready))
+        if (text.contains(child.marker))
             wall = double(timer.nsecsElapsed()) / 1e6;
     }
     // The rest of the output is drained so the child never blocks on a full pipe.
@@ -192,7 +203,7 @@ int main(int argc, char** argv)
         if (qstrcmp(argv[2], "bare") == 0)
             return childBare(1, argv);
         if (argc >= 4)
-            return childProgram(1, argv, QString::fromLocal8Bit(argv[3]));
+            return childProgram(1, argv, QString::fromLocal8Bit(argv[3]), qstrcmp(argv[2], "whole") == 0);
         return 2;
     }
 
@@ -239,6 +250,8 @@ int main(int argc, char** argv)
         {self, {QStringLiteral("--child"), QStringLiteral("bare")}, QStringLiteral("base"), {}, {}, {}},
         {self, {QStringLiteral("--child"), QStringLiteral("program"), program}, QStringLiteral("programa"),
             {}, {}, {}},
+        {self, {QStringLiteral("--child"), QStringLiteral("whole"), program}, QStringLiteral("tudo lido"), {},
+            {}, {}, AllRead},
     };
     const QString reference = parser.value(QStringLiteral("reference"));
     if (!reference.isEmpty()) {
@@ -246,7 +259,7 @@ int main(int argc, char** argv)
         kinds.push_back({python,
             {QDir(reference).filePath(QStringLiteral("bench/bench_startup.py")), QStringLiteral("--child"),
                 QStringLiteral("program"), program},
-            QStringLiteral("referência"), {}, {}, {}});
+            QStringLiteral("referência"), {}, {}, {}, Ready});
     }
 
     for (const auto& kind : kinds)
@@ -269,17 +282,24 @@ int main(int argc, char** argv)
     const double base = median(kinds[0].millis);
     const double ours = median(kinds[1].millis);
     const double oursMb = median(kinds[1].peakMb);
+    const double wholeMb = median(kinds[2].peakMb);
     std::printf(
         "RESULT startup: programa %.0f ms, janela vazia %.0f ms (medianas de %d), razão %.2fx (meta até 3x "
-        "%s), em CPU %.2fx; memória %.1f MB (janela vazia %.1f MB)",
+        "%s), em CPU %.2fx; memória %.1f MB até a janela, %.1f MB com tudo lido em %.0f ms (janela vazia "
+        "%.1f MB)",
         ours, base, repeat, ours / base, ours / base <= 3 ? "PASS" : "FAIL",
-        median(kinds[1].cpuMillis) / median(kinds[0].cpuMillis), oursMb, median(kinds[0].peakMb));
-    if (kinds.size() > 2) {
-        const double ref = median(kinds[2].millis);
-        const double refMb = median(kinds[2].peakMb);
-        std::printf("; referência %.0f ms (%.2fx, %s), %.1f MB (nossa/referência %.2f, meta até 0.5 %s)", ref,
-            ref / base, ours < ref ? "PASS" : "FAIL", refMb, oursMb / refMb,
-            oursMb / refMb <= 0.5 ? "PASS" : "FAIL");
+        median(kinds[1].cpuMillis) / median(kinds[0].cpuMillis), oursMb, wholeMb, median(kinds[2].millis),
+        median(kinds[0].peakMb));
+    if (kinds.size() > 3) {
+        const double ref = median(kinds[3].millis);
+        const double refMb = median(kinds[3].peakMb);
+        // The reference holds the whole chart when its window comes up: it is held against
+        // ours with the whole chart read.
+        std::printf(
+            "; referência %.0f ms (%.2fx, %s), %.1f MB (nossa com tudo lido/referência %.2f, meta até "
+            "0.5 %s)",
+            ref, ref / base, ours < ref ? "PASS" : "FAIL", refMb, wholeMb / refMb,
+            wholeMb / refMb <= 0.5 ? "PASS" : "FAIL");
     }
     std::printf("\n");
     return 0;

@@ -35,6 +35,9 @@ void Recordset::Private::checkOpen() const
 {
     if (!open || !database)
         throw JetError(jet::ObjectClosed, QStringLiteral("O objeto é inválido ou não está mais definido."));
+    // Rows left for later are read by the first use that needs them, whatever it is.
+    if (pending)
+        const_cast<Private*>(this)->complete();
 }
 
 bool Recordset::Private::atBof() const
@@ -134,31 +137,38 @@ Row Recordset::Private::fetch(qint64 rowid)
 
 // --- loading ------------------------------------------------------------------------
 
+// Names, the field behind each column and whether rows can be written back, from the
+// first rows read.
+void Recordset::Private::describe(const QueryResult& result)
+{
+    const bool withRowid = !translation.rowidColumn.isEmpty();
+    const int width = static_cast<int>(result.names.size()) - (withRowid ? 1 : 0);
+    fields = translation.columns.isEmpty() ? result.names.mid(0, width) : translation.columns;
+    if (fields.size() != width)
+        throw StorageBug("the translated query's columns do not match its names");
+    for (int c = 0; c < width; ++c) {
+        const QString name = fields.at(c).toLower();
+        byName.insert(name, c);
+        const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
+        // A joined "Table.Field" is also reachable as "Field" (the first one wins);
+        // a one-table "Field" also as "Table.Field".
+        if (dot >= 0 && !byName.contains(name.mid(dot + 1)))
+            byName.insert(name.mid(dot + 1), c);
+        if (dot < 0 && !translation.baseTable.isEmpty())
+            byName.insert(translation.baseTable.toLower() + QLatin1Char('.') + name, c);
+        const bool ours = result.tables.at(c).compare(translation.baseTable, Qt::CaseInsensitive) == 0;
+        writableFields << (ours ? result.origins.at(c) : QString());
+    }
+    updatable = !translation.baseTable.isEmpty() && withRowid && type != RecordsetType::Snapshot;
+}
+
 void Recordset::Private::load()
 {
     Database::Private& engine = *database->d;
     const bool withRowid = !translation.rowidColumn.isEmpty();
     QueryResult result = engine.query(translation.sql, {}, source, false, withRowid);
-    const int width = static_cast<int>(result.names.size()) - (withRowid ? 1 : 0);
-    if (fields.isEmpty()) {
-        fields = translation.columns.isEmpty() ? result.names.mid(0, width) : translation.columns;
-        if (fields.size() != width)
-            throw StorageBug("the translated query's columns do not match its names");
-        for (int c = 0; c < width; ++c) {
-            const QString name = fields.at(c).toLower();
-            byName.insert(name, c);
-            const qsizetype dot = name.lastIndexOf(QLatin1Char('.'));
-            // A joined "Table.Field" is also reachable as "Field" (the first one wins);
-            // a one-table "Field" also as "Table.Field".
-            if (dot >= 0 && !byName.contains(name.mid(dot + 1)))
-                byName.insert(name.mid(dot + 1), c);
-            if (dot < 0 && !translation.baseTable.isEmpty())
-                byName.insert(translation.baseTable.toLower() + QLatin1Char('.') + name, c);
-            const bool ours = result.tables.at(c).compare(translation.baseTable, Qt::CaseInsensitive) == 0;
-            writableFields << (ours ? result.origins.at(c) : QString());
-        }
-        updatable = !translation.baseTable.isEmpty() && withRowid && type != RecordsetType::Snapshot;
-    }
+    if (fields.isEmpty())
+        describe(result);
     ids.clear();
     if (withRowid) {
         ids = std::move(result.rowids);
@@ -168,12 +178,69 @@ void Recordset::Private::load()
             ids.append(i);
     }
     rows = std::move(result.rows);
+    pending = false;
     applyTextOrder();
     changed();
     pos = 0;
     deletedCurrent = false;
     mode = EditMode::None;
     buffer.clear();
+}
+
+// Up to `count` more rows after the last key read (count < 0: all of them; 0: none, only
+// what the columns are). The rows are in as soon as the last slice is.
+void Recordset::Private::readSlice(int count)
+{
+    Database::Private& engine = *database->d;
+    const bool withRowid = !translation.rowidColumn.isEmpty();
+    QString sql = translation.sql.trimmed();
+    while (sql.endsWith(QLatin1Char(';')))
+        sql.chop(1);
+    QueryResult result;
+    if (sliceKey.isEmpty() && count != 0) {
+        result = engine.query(sql, {}, source, false, withRowid);
+    } else if (sliceKey.isEmpty()) {
+        result = engine.query(
+            QStringLiteral("SELECT * FROM (%1) AS later LIMIT 0").arg(sql), {}, source, false, withRowid);
+    } else {
+        const QString slice = QStringLiteral("SELECT * FROM (%1) AS later WHERE %2 > ? ORDER BY %2")
+                                  .arg(sql, quoted(sliceKey));
+        if (count < 0)
+            result = engine.query(slice, {QVariant(lastKey)}, source, false, withRowid);
+        else
+            result = engine.query(slice + QStringLiteral(" LIMIT ?"), {QVariant(lastKey), QVariant(count)},
+                source, false, withRowid);
+    }
+    if (fields.isEmpty())
+        describe(result);
+    if (!result.rows.isEmpty() && !sliceKey.isEmpty()) {
+        lastKey = withRowid && sliceKey == translation.rowidColumn
+            ? result.rowids.last()
+            : result.rows.last().at(column(sliceKey)).toLongLong();
+    }
+    const qsizetype got = result.rows.size();
+    if (withRowid) {
+        ids.append(result.rowids);
+    } else {
+        for (qsizetype i = 0; i < got; ++i)
+            ids.append(ids.size() + 1);
+    }
+    rows.append(std::move(result.rows));
+    if (count == 0 || (count > 0 && !sliceKey.isEmpty() && got == count))
+        return;
+    pending = false;
+    applyTextOrder();
+    changed();
+    pos = 0;
+    deletedCurrent = false;
+    mode = EditMode::None;
+    buffer.clear();
+}
+
+void Recordset::Private::complete()
+{
+    if (pending && open && database)
+        readSlice(-1);
 }
 
 void Recordset::Private::changed()
@@ -203,7 +270,7 @@ void Recordset::Private::restoreSnapshot()
     snapshot.reset();
 }
 
-Recordset::Recordset(Database& database, const QString& source, RecordsetType type)
+Recordset::Recordset(Database& database, const QString& source, RecordsetType type, bool later)
     : d(std::make_unique<Private>())
 {
     d->database = &database;
@@ -212,7 +279,36 @@ Recordset::Recordset(Database& database, const QString& source, RecordsetType ty
     d->translation = database.d->translate(source);
     if (!d->translation.returnsRows)
         throw dialect::syntaxErrorInQuery(source);
-    d->load();
+    if (!later)
+        d->load();
+}
+
+std::unique_ptr<Recordset> Recordset::openLater(
+    Database& database, const QString& source, RecordsetType type, const QString& keyField)
+{
+    database.d->checkOpen();
+    auto recordset = std::unique_ptr<Recordset>(new Recordset(database, source, type, true));
+    Private& d = *recordset->d;
+    // A whole table comes in its rowid's order; a statement may ask for another.
+    const bool wholeTable = !source.trimmed().contains(QLatin1Char(' '));
+    d.sliceKey = !keyField.isEmpty() ? keyField : (wholeTable ? d.translation.rowidColumn : QString());
+    d.pending = true;
+    d.readSlice(0);
+    database.d->recordsets.push_back(recordset.get());
+    return recordset;
+}
+
+bool Recordset::readMore(int count)
+{
+    if (!d->pending || !d->open || !d->database)
+        return true;
+    d->readSlice(qMax(count, 1));
+    return !d->pending;
+}
+
+bool Recordset::isRead() const
+{
+    return !d->pending;
 }
 
 Recordset::~Recordset()
@@ -225,17 +321,20 @@ Recordset::~Recordset()
 
 int Recordset::recordCount() const
 {
+    d->complete();
     return static_cast<int>(d->rows.size());
 }
 
 // A deleted row stays current until the next move: neither BOF nor EOF meanwhile.
 bool Recordset::bof() const
 {
+    d->complete();
     return !d->deletedCurrent && d->atBof();
 }
 
 bool Recordset::eof() const
 {
+    d->complete();
     return !d->deletedCurrent && d->atEof();
 }
 
@@ -277,6 +376,7 @@ void Recordset::movePrevious()
 
 int Recordset::absolutePosition() const
 {
+    d->complete();
     if (d->atBof() || d->atEof() || d->deletedCurrent)
         return -1;
     return d->pos;
@@ -354,6 +454,7 @@ int Recordset::fieldIndex(const QString& field) const
 
 const QList<QList<QVariant>>& Recordset::rows() const
 {
+    d->complete();
     return d->rows;
 }
 
@@ -474,6 +575,7 @@ void Recordset::requery()
 void Recordset::close()
 {
     d->open = false;
+    d->pending = false;
     d->rows.clear();
     d->ids.clear();
     d->changed();

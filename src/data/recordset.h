@@ -19,6 +19,18 @@ class Recordset {
 public:
     using Bookmark = qint64;
 
+    // A recordset that reads no row yet: readMore() reads its rows a slice at a time, so that
+    // a big source can be read between other work, and any other use reads what is left at
+    // once. `keyField` names an integer column that is never Null, never repeats and rises in
+    // the source's own order (a table's integer primary key): each slice goes on after the
+    // last key read, so the rows come as one read would give them. Without it a table opened by
+    // its name is sliced by its rowid and any other source is read whole by the first readMore().
+    static std::unique_ptr<Recordset> openLater(Database& database, const QString& source,
+        RecordsetType type = RecordsetType::Dynaset, const QString& keyField = {});
+    // Reads up to `count` more rows; true once every row is read.
+    bool readMore(int count);
+    bool isRead() const;
+
     ~Recordset();
     Recordset(const Recordset&) = delete;
     Recordset& operator=(const Recordset&) = delete;
@@ -78,7 +90,7 @@ public:
 
 private:
     friend class Database;
-    Recordset(Database& database, const QString& source, RecordsetType type);
+    Recordset(Database& database, const QString& source, RecordsetType type, bool later = false);
 
     struct Private;
     std::unique_ptr<Private> d;

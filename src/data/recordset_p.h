@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QMap>
 
+#include <limits>
 #include <optional>
 
 namespace varemo {
@@ -36,6 +37,12 @@ struct Recordset::Private {
 
     QList<int> textOrder; // columns the rows are kept sorted by, see sortByText
 
+    // Rows not read yet (see openLater): the column the slices follow, as the translated
+    // statement names it (empty: read whole), and the last key read.
+    bool pending = false;
+    QString sliceKey;
+    qint64 lastKey = std::numeric_limits<qint64>::min();
+
     QHash<QString, criteria::Predicate> predicates;
     // "Field = number" answered by value -> first row; nullopt when the column holds
     // something else than whole numbers (those compare by Jet's rules: scan instead).
@@ -63,7 +70,10 @@ struct Recordset::Private {
     bool find(const QString& text, int from, int to);
     std::optional<int> indexedFirst(const QString& text);
 
+    void describe(const QueryResult& result);
     void load();
+    void readSlice(int count);
+    void complete();
     void applyTextOrder();
     void changed();
     void takeSnapshot();

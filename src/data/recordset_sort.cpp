@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <numeric>
 #include <optional>
+#include <utility>
 #include <vector>
 
 namespace varemo {
@@ -109,10 +110,15 @@ void Recordset::Private::applyTextOrder()
 
 void Recordset::sortByText(const QStringList& fields)
 {
+    // Rows left for later are put in order once they are all in.
+    const bool pending = std::exchange(d->pending, false);
     d->checkOpen();
+    d->pending = pending;
     d->textOrder.clear();
     for (const QString& field : fields)
         d->textOrder << d->column(field);
+    if (pending)
+        return;
     d->applyTextOrder();
     d->changed();
     d->go(0);

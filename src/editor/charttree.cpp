@@ -35,36 +35,88 @@ ChartTree::~ChartTree()
 int ChartTree::build(const std::array<const Recordset*, 5>& levels)
 {
     // Everything is read first: a failing table leaves the tree as it was.
+    for (const Recordset* table : levels)
+        table->rows();
+    showTop(*levels[0], {});
+    return indexBelow(levels);
+}
+
+namespace {
+
+struct Columns {
+    int code;
+    int name;
+    int parent;
+};
+
+Columns columnsOf(const Recordset& table, int level)
+{
+    const Columns columns {table.fieldIndex(QStringLiteral("Codigo")),
+        table.fieldIndex(QStringLiteral("Nome")),
+        level > 0 ? table.fieldIndex(QStringLiteral("CodigoCategoria") + QString::number(level - 1)) : -1};
+    if (columns.code < 0 || columns.name < 0 || (level > 0 && columns.parent < 0))
+        throw JetError(jet::ItemNotFound, QStringLiteral("Item não encontrado nesta coleção."));
+    return columns;
+}
+
+} // namespace
+
+void ChartTree::showTop(const Recordset& categories, std::function<void()> indexer)
+{
+    const Columns columns = columnsOf(categories, 0);
+    Level top;
+    std::vector<qint64> order;
+    for (const auto& row : categories.rows()) {
+        const QVariant& code = row.at(columns.code);
+        if (code.isNull() || top.contains(code.toLongLong()))
+            continue;
+        top[code.toLongLong()].name = row.at(columns.name).toString();
+        order.push_back(code.toLongLong());
+    }
+    m_tree.clear();
+    m_levels = {};
+    m_levels[0] = std::move(top);
+    m_categories = std::move(order);
+    m_indexer = std::move(indexer);
+    m_root = new ChartItem(RootKey, RootText, -1, 0, this);
+    m_tree.addTopLevelItem(m_root);
+    QList<QTreeWidgetItem*> made;
+    std::stable_sort(m_categories.begin(), m_categories.end(), [this](qint64 a, qint64 b) {
+        return dialect::compareText(m_levels[0][a].name, m_levels[0][b].name) < 0;
+    });
+    for (const qint64 code : m_categories) {
+        ChartItem* item = makeItem(0, code, m_levels[0][code]);
+        // Whether a category has sectors is known once the levels below are read.
+        if (m_indexer)
+            item->setChildIndicatorPolicy(QTreeWidgetItem::ShowIndicator);
+        made.append(item);
+    }
+    m_root->addChildren(made);
+    m_root->setExpanded(true);
+}
+
+int ChartTree::indexBelow(const std::array<const Recordset*, 5>& levels)
+{
+    m_indexer = {};
     std::array<Level, 5> index;
-    std::vector<qint64> categories;
     int orphans = 0;
-    for (int level = 0; level <= 4; ++level) {
+    for (int level = 1; level <= 4; ++level) {
         const Recordset& table = *levels[static_cast<std::size_t>(level)];
-        const int codeColumn = table.fieldIndex(QStringLiteral("Codigo"));
-        const int nameColumn = table.fieldIndex(QStringLiteral("Nome"));
-        const int parentColumn = level > 0
-            ? table.fieldIndex(QStringLiteral("CodigoCategoria") + QString::number(level - 1))
-            : -1;
-        if (codeColumn < 0 || nameColumn < 0 || (level > 0 && parentColumn < 0))
-            throw JetError(jet::ItemNotFound, QStringLiteral("Item não encontrado nesta coleção."));
+        const Columns columns = columnsOf(table, level);
         Level& rows = index[static_cast<std::size_t>(level)];
+        Level& above = level == 1 ? m_levels[0] : index[static_cast<std::size_t>(level - 1)];
         rows.reserve(table.rows().size());
         for (const auto& row : table.rows()) {
-            const QVariant& code = row.at(codeColumn);
+            const QVariant& code = row.at(columns.code);
             if (code.isNull())
                 continue;
-            qint64 parent = 0;
-            Entry* above = nullptr;
-            if (level > 0) {
-                // A row whose parent is missing stays out, and so does everything below it.
-                const QVariant& parentCode = row.at(parentColumn);
-                parent = parentCode.toLongLong();
-                auto found = index[static_cast<std::size_t>(level - 1)].find(parent);
-                if (parentCode.isNull() || found == index[static_cast<std::size_t>(level - 1)].end()) {
-                    ++orphans;
-                    continue;
-                }
-                above = &found.value();
+            // A row whose parent is missing stays out, and so does everything below it.
+            const QVariant& parentCode = row.at(columns.parent);
+            const qint64 parent = parentCode.toLongLong();
+            const auto found = above.find(parent);
+            if (parentCode.isNull() || found == above.end()) {
+                ++orphans;
+                continue;
             }
             const qint64 value = code.toLongLong();
             const qsizetype before = rows.size();
@@ -73,29 +125,25 @@ int ChartTree::build(const std::array<const Recordset*, 5>& levels)
                 ++orphans; // a code seen already in this level
                 continue;
             }
-            entry.name = row.at(nameColumn).toString();
+            entry.name = row.at(columns.name).toString();
             entry.parent = parent;
-            if (above != nullptr)
-                above->children.push_back(value);
-            else
-                categories.push_back(value);
+            found->children.push_back(value);
         }
     }
-
-    m_tree.clear();
-    m_levels = std::move(index);
-    m_categories = std::move(categories);
-    m_root = new ChartItem(RootKey, RootText, -1, 0, this);
-    m_tree.addTopLevelItem(m_root);
-    QList<QTreeWidgetItem*> made;
-    std::stable_sort(m_categories.begin(), m_categories.end(), [this](qint64 a, qint64 b) {
-        return dialect::compareText(m_levels[0][a].name, m_levels[0][b].name) < 0;
-    });
+    for (int level = 1; level <= 4; ++level)
+        m_levels[static_cast<std::size_t>(level)] = std::move(index[static_cast<std::size_t>(level)]);
     for (const qint64 code : m_categories)
-        made.append(makeItem(0, code, m_levels[0][code]));
-    m_root->addChildren(made);
-    m_root->setExpanded(true);
+        updateIndicator(0, code);
     return orphans;
+}
+
+void ChartTree::ensureIndexed()
+{
+    if (m_indexer) {
+        const std::function<void()> indexer = std::move(m_indexer);
+        m_indexer = {};
+        indexer();
+    }
 }
 
 ChartTree::Entry* ChartTree::entry(int level, qint64 code)
@@ -132,6 +180,7 @@ void ChartTree::fill(QTreeWidgetItem* item)
     if (chart == nullptr || chart->owner() != this || chart == m_root)
         return;
     const int level = chart->level();
+    ensureIndexed();
     Entry* row = entry(level, chart->code());
     if (row == nullptr || row->filled || level >= 4)
         return;
@@ -176,6 +225,8 @@ QTreeWidgetItem* ChartTree::node(const QString& key)
     const qint64 code = keyCode(key);
     if (nodeKey(code, level) != key)
         return nullptr;
+    if (level > 0)
+        ensureIndexed();
     return itemFor(level, code);
 }
 
@@ -190,6 +241,7 @@ void ChartTree::updateIndicator(int level, qint64 code)
 
 void ChartTree::place(int level, qint64 code, const QString& name, qint64 parent)
 {
+    ensureIndexed();
     if (level < 1 || level > 4 || entry(level - 1, parent) == nullptr)
         return;
     Level& rows = m_levels[static_cast<std::size_t>(level)];
@@ -254,6 +306,7 @@ void ChartTree::dropBranch(int level, qint64 code)
 
 void ChartTree::remove(int level, qint64 code)
 {
+    ensureIndexed();
     const Entry* row = entry(level, code);
     if (row == nullptr)
         return;
@@ -270,6 +323,7 @@ void ChartTree::remove(int level, qint64 code)
 
 void ChartTree::applyMarks(const QHash<QString, int>& stored)
 {
+    ensureIndexed();
     for (auto mark = stored.begin(); mark != stored.end(); ++mark) {
         if (mark.value() != 2 && mark.value() != 3)
             continue;
@@ -289,6 +343,7 @@ void ChartTree::applyMarks(const QHash<QString, int>& stored)
 
 void ChartTree::clearMarks()
 {
+    ensureIndexed();
     setNodeImage(m_root, ImageNone);
     for (Level& level : m_levels) {
         for (Entry& row : level) {

@@ -5,6 +5,7 @@
 #include <QString>
 
 #include <array>
+#include <functional>
 #include <vector>
 
 class QTreeWidget;
@@ -30,6 +31,14 @@ public:
     // Empties the widget and indexes the five level tables (whole tables, by name); returns
     // the rows left out because their parent is missing. Throws JetError.
     int build(const std::array<const Recordset*, 5>& levels);
+    // The start of a build when the window must come up before the chart is read: the root
+    // and the categories only. `indexer` is called the first time anything needs the levels
+    // below (a branch opened, a node asked for, a mark, a save) and must call indexBelow.
+    void showTop(const Recordset& categories, std::function<void()> indexer);
+    // The rest of the build: levels 1..4 under the categories shown; the items made stay.
+    int indexBelow(const std::array<const Recordset*, 5>& levels);
+    // Runs the indexer now, when it has not run yet.
+    void ensureIndexed();
 
     // The node of a key, made with its ancestors' children when not made yet; nullptr when
     // the chart has no such node.
@@ -74,6 +83,7 @@ private:
     std::array<Level, 5> m_levels;
     std::vector<qint64> m_categories; // the root's children
     ChartItem* m_root = nullptr;
+    std::function<void()> m_indexer;
 };
 
 } // namespace varemo

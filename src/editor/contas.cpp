@@ -92,24 +92,29 @@ bool Contas::Form_Load()
 
         Pasta->setCurrentIndex(0);
         m_state.sql = linesQuery();
-        Linhas = db.openRecordset(m_state.sql);
+        // A big chart has tens of thousands of items: the window comes up with what its first
+        // screen shows, and these are read once it is on screen (or by the first use).
+        Linhas = Recordset::openLater(db, m_state.sql);
         Status->setPanel(StatusBar::User, QStringLiteral("Usuário: ") + m_state.userName);
 
         m_state.databasePath = m_state.dataFolder + QStringLiteral("Dados/empresa.mdb");
         for (int level = 0; level < 5; ++level) {
-            Nivel[static_cast<std::size_t>(level)] = db.openRecordset(
-                QStringLiteral("NivelCategoria") + QString::number(level), RecordsetType::Table);
+            Nivel[static_cast<std::size_t>(level)] = Recordset::openLater(
+                db, QStringLiteral("NivelCategoria") + QString::number(level), RecordsetType::Table);
         }
         fillReportList();
         // The purchased items (CodEntradas) are read only by what needs them: tens of
         // thousands of purchase lines would otherwise stay in memory for nothing.
 
-        CarregaArvore();
+        m_restPending = true;
+        if (!m_tree)
+            m_tree = std::make_unique<ChartTree>(*Arvore);
+        m_tree->showTop(*Nivel[0], [this] { indexTree(); });
         PreencherCombo(0);
         NivelAtual = 4;
         PaginaAtiva = 0;
         MenuBotao(commands::ModeView);
-        showLevel(4, false, true);
+        showFirstItem();
     } catch (const JetError& error) {
         logError(m_state, m_desktop, rotina::AbrirPrograma, error.description(), error.number());
         loaded = false;

@@ -18,6 +18,7 @@ class QLabel;
 class QListWidget;
 class QMenu;
 class QPushButton;
+class QShowEvent;
 class QTabWidget;
 class QToolBar;
 class QTreeWidget;
@@ -43,6 +44,13 @@ public:
     // The window's load, run hidden while the splash is on screen. A failing step goes to
     // the error log; returns false then.
     bool Form_Load();
+    // The load reads what the first screen shows; the rest of the chart (the item page, the
+    // level tables, the tree below the categories, the product lines) is read a slice at a
+    // time from the event loop once the window is shown, or at once by whatever needs it.
+    // True once all of it is read.
+    bool restRead() const { return !m_restPending; }
+    // Reads now whatever the load left for later.
+    void readRest();
     // Closing: placement, recordsets, other windows, database, the chosen sibling module.
     // Runs once; the window is hidden, never deleted by itself.
     void Form_Unload();
@@ -182,6 +190,7 @@ public:
 
 protected:
     void closeEvent(QCloseEvent* event) override;
+    void showEvent(QShowEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -200,6 +209,10 @@ private:
     void placeFromScreen();
     void updateCaption();
     void closeRecordsets();
+    void showFirstItem();
+    void indexTree();
+    void scheduleRest(int delayMs);
+    void readRestStep();
     void openLevel(int level);
     void syncPosition();
     void moveRecord(int index);
@@ -234,6 +247,9 @@ private:
     std::unique_ptr<ChartTree> m_tree; // the tree's index; its nodes are made on demand
     bool m_unloaded = false;
     bool m_treeFollowPending = false;
+    bool m_restPending = false;
+    bool m_restScheduled = false;
+    const Recordset* m_startPage = nullptr; // the item page the load opened for later
 };
 
 } // namespace varemo

@@ -82,6 +82,86 @@ private slots:
         QCOMPARE(page->placeRow(QStringLiteral("NivelCategoria4.Codigo"), row->rows().first()), placed);
         QCOMPARE(page->rows(), expected);
     }
+
+    // Rows left for later and read in slices, or by a first use, come as one read gives them:
+    // the same rows, bookmarks and order, ties included, and a table stays writable.
+    void readLater_data()
+    {
+        QTest::addColumn<QString>("source");
+        QTest::addColumn<QString>("keyField");
+        QTest::addColumn<bool>("sorted");
+        QTest::addColumn<QString>("firstUse"); // empty: readMore until read
+        const QString table = QStringLiteral("NivelCategoria4");
+        const QString join = test::itemChainJoin();
+        const QString key = QStringLiteral("NivelCategoria4.Codigo");
+        QTest::newRow("table in slices of its rowid") << table << QString() << false << QString();
+        QTest::newRow("join in slices of its key, sorted") << join << key << true << QString();
+        QTest::newRow("join, a find reads the rest") << join << key << true << QStringLiteral("find");
+        QTest::newRow("table, a write reads the rest")
+            << table << QString() << false << QStringLiteral("write");
+        QTest::newRow("own order, read whole")
+            << QStringLiteral("SELECT * FROM NivelCategoria4 ORDER BY Nome DESC") << QString() << false
+            << QString();
+    }
+    void readLater()
+    {
+        QFETCH(QString, source);
+        QFETCH(QString, keyField);
+        QFETCH(bool, sorted);
+        QFETCH(QString, firstUse);
+        TestCompany company(TestCompany::Seed::Empty);
+        // Gaps in the codes, names repeated (rows equal on every name keep the read's order),
+        // a few items under named accounts.
+        company.exec(QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome) VALUES (1, 'B'), (2, 'A')"));
+        company.exec(
+            QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+                           "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) "
+                           "SELECT i * 3, 'Nome ' || (i % 7), i % 4 FROM n WHERE i % 11 <> 0"));
+        company.closeSql();
+        auto db = Database::open(company.databasePath());
+        const RecordsetType type = keyField.isEmpty() && !source.startsWith(QLatin1String("SELECT"))
+            ? RecordsetType::Table
+            : RecordsetType::Dynaset;
+        QStringList order;
+        for (int level = 0; level <= 4; ++level)
+            order << QStringLiteral("NivelCategoria%1.Nome").arg(level);
+        auto whole = db->openRecordset(source, type);
+        auto later = Recordset::openLater(*db, source, type, keyField);
+        if (sorted) {
+            whole->sortByText(order);
+            later->sortByText(order);
+        }
+        QCOMPARE(later->fieldNames(), whole->fieldNames());
+        QVERIFY(!later->isRead());
+        if (firstUse == QLatin1String("find")) {
+            QVERIFY(!later->readMore(700));
+            QVERIFY(later->findFirst(key(keyField) + QStringLiteral(" = 2001")));
+        } else if (firstUse == QLatin1String("write")) {
+            later->moveLast();
+            later->edit();
+            later->setValue(QStringLiteral("Nome"), QStringLiteral("Escrito"));
+            later->update();
+            whole->requery();
+        } else {
+            int slices = 1;
+            while (!later->readMore(700))
+                ++slices;
+            QCOMPARE(slices > 1, !keyField.isEmpty() || type == RecordsetType::Table);
+        }
+        QVERIFY(later->isRead());
+        QCOMPARE(later->rows(), whole->rows());
+        for (int i = 0; i < whole->recordCount(); i += 97) {
+            whole->setAbsolutePosition(i);
+            later->setAbsolutePosition(i);
+            QCOMPARE(later->bookmark(), whole->bookmark());
+        }
+    }
+
+private:
+    static QString key(const QString& keyField)
+    {
+        return keyField.isEmpty() ? QStringLiteral("Codigo") : keyField;
+    }
 };
 
 VAREMO_TEST(TestRecordsetRows);
