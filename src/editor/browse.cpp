@@ -184,6 +184,8 @@ void Contas::openLevel(int level)
     m_state.sql = browse::joinedLevelQuery(level);
     // Freeing tens of thousands of rows takes a while: the old set goes once the new page
     // is on screen.
+    if (Dados[page].get() == m_startPage)
+        m_startPage = nullptr; // the load's page is read again in full: nothing left for later
     if (std::shared_ptr<Recordset> old = std::move(Dados[page]))
         QMetaObject::invokeMethod(
             this, [old] {}, Qt::QueuedConnection);
