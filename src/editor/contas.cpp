@@ -197,6 +197,8 @@ void Contas::Salvar(int cancelar)
         SaiModo();
         return;
     }
+    // Rows read inside the save's transaction would keep its changes if it were undone.
+    readRest();
     QList<SavedRow> rows;
     try {
         UnitOfWork work(database());

@@ -139,6 +139,8 @@ void Contas::Excluir()
 {
     if (EmInclusao || EmAlteracao)
         return;
+    // Rows read inside the delete's transaction would keep its changes if it were undone.
+    readRest();
     Recordset* rows = dataSet();
     const bool hasRow = rows != nullptr && !rows->bof() && !rows->eof();
     const std::optional<Recordset::Bookmark> start = hasRow ? std::optional(rows->bookmark()) : std::nullopt;
