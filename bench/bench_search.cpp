@@ -14,7 +14,8 @@
 //   capitals; printed only to show what Jet's text rules cost);
 // - row by row: the markers' rows found and edited one by one, once, and its marks and
 //   scratch table compared with the program's;
-// - reference (optional): the earlier Python program's search on a copy of the same file.
+// - reference (optional): the earlier Python program's search on a copy of the same file, its
+//   runs taking turns with the program's.
 // Each time is the best of --runs, the kinds interleaved, as wall-clock time and as the
 // thread's CPU time: on a machine shared with other work a run waits for a core, and the
 // CPU time stays comparable where the wall time does not. --trace prints each statement of
@@ -41,6 +42,7 @@
 #include <ctime>
 #include <functional>
 #include <limits>
+#include <memory>
 
 namespace {
 
@@ -131,10 +133,13 @@ QStringList rowsOf(QSqlDatabase& connection, const QString& sql)
 const QString MarkedItems = QStringLiteral("SELECT Codigo FROM NivelCategoria4 WHERE Marca ORDER BY Codigo");
 const QString ScratchRows = QStringLiteral("SELECT * FROM Procura ORDER BY Codigo");
 
-// The earlier Python program's search on its own copy of the file: the best of `runs`.
-Times referenceTimes(const QString& tree, const QString& company, int runs)
-{
-    const QString script = QStringLiteral(R"(
+// The earlier Python program's search on its own copy of the file, one search per request, so
+// its runs take turns with the program's under the same load.
+class Reference {
+public:
+    Reference(const QString& tree, const QString& company)
+    {
+        const QString script = QStringLiteral(R"(
 import sys, time
 from varemo_contas.app.state import State
 from varemo_contas.data.dao import Database
@@ -143,30 +148,47 @@ rows = [("Qualquer campo", "contenha", "Pão", ""), ("Categoria", "seja igual a"
         ("Item", "não contenha", "2", "e o"), ("Setor", "seja maior que", "Despesas F", "e o"),
         ("Conta", "contenha", "Energia", "ou")]
 state = State(database=Database.open(sys.argv[1]))
-wall = cpu = float("inf")
-for _ in range(int(sys.argv[2])):
+for _ in sys.stdin:
     procura, itens = execution.prepare(state)
     start, start_cpu = time.perf_counter(), time.thread_time()
     execution.run_search(state, rows, procura)
-    wall = min(wall, time.perf_counter() - start)
-    cpu = min(cpu, time.thread_time() - start_cpu)
+    wall, cpu = time.perf_counter() - start, time.thread_time() - start_cpu
     procura.close()
     itens.close()
-print("MS", wall * 1000, cpu * 1000, state.search_result)
+    print("MS", wall * 1000, cpu * 1000, state.search_result, flush=True)
 state.database.close()
 )");
-    QProcess python;
-    python.start(QDir(tree).filePath(QStringLiteral(".venv/bin/python")),
-        {QStringLiteral("-c"), script, company, QString::number(runs)});
-    python.waitForFinished(600000);
-    const QList<QByteArray> words = python.readAllStandardOutput().trimmed().split(' ');
-    if (python.exitCode() != 0 || words.size() != 4 || words[0] != "MS") {
-        std::fprintf(stderr, "a referência falhou: %s\n", python.readAllStandardError().constData());
-        return {};
+        m_python.start(
+            QDir(tree).filePath(QStringLiteral(".venv/bin/python")), {QStringLiteral("-c"), script, company});
     }
-    std::printf("referência: %d encontrados\n", words[3].toInt());
-    return {words[1].toDouble(), words[2].toDouble()};
-}
+    ~Reference()
+    {
+        m_python.closeWriteChannel();
+        m_python.waitForFinished(60000);
+    }
+    Reference(const Reference&) = delete;
+    Reference& operator=(const Reference&) = delete;
+
+    // One search's times; false when the program failed.
+    bool run(Times& best)
+    {
+        m_python.write("run\n");
+        while (!m_python.canReadLine() && m_python.waitForReadyRead(600000)) { }
+        const QList<QByteArray> words = m_python.readLine().trimmed().split(' ');
+        if (words.size() != 4 || words[0] != "MS") {
+            std::fprintf(stderr, "a referência falhou: %s\n", m_python.readAllStandardError().constData());
+            return false;
+        }
+        hits = words[3].toInt();
+        best.keepBest({words[1].toDouble(), words[2].toDouble()});
+        return true;
+    }
+
+    int hits = 0;
+
+private:
+    QProcess m_python;
+};
 
 } // namespace
 
@@ -218,7 +240,15 @@ int main(int argc, char** argv)
         return timesOf([&] { run(bare, floorSql(jetText)); });
     };
 
-    Times program, floorJet, floorPlain;
+    const QString tree = parser.value(QStringLiteral("reference"));
+    std::unique_ptr<Reference> python;
+    if (!tree.isEmpty()) {
+        const QString copy = scratch.filePath(QStringLiteral("referencia.mdb"));
+        QFile::copy(parser.positionalArguments().front(), copy);
+        python = std::make_unique<Reference>(tree, copy);
+    }
+
+    Times program, floorJet, floorPlain, reference;
     QStringList programMarks;
     QStringList programScratch;
     int hits = 0;
@@ -239,6 +269,8 @@ int main(int argc, char** argv)
         programScratch = rowsOf(bare, ScratchRows);
         floorJet.keepBest(floor(true));
         floorPlain.keepBest(floor(false));
+        if (python && !python->run(reference))
+            python.reset();
     }
     floor(true);
     const bool floorSame = rowsOf(bare, MarkedItems) == programMarks;
@@ -262,14 +294,9 @@ int main(int argc, char** argv)
     std::printf("linha a linha (uma vez):            %8.1f ms  marcas e Procura iguais: %s\n", rowByRow,
         rowByRowSame ? "sim" : "NÃO");
 
-    Times reference;
-    const QString tree = parser.value(QStringLiteral("reference"));
-    if (!tree.isEmpty()) {
-        const QString copy = scratch.filePath(QStringLiteral("referencia.mdb"));
-        QFile::copy(parser.positionalArguments().front(), copy);
-        reference = referenceTimes(tree, copy, runs);
-        std::printf("referência Python (run_search):     %8.1f ms %8.1f ms\n", reference.wall, reference.cpu);
-    }
+    if (python)
+        std::printf("referência Python (run_search):     %8.1f ms %8.1f ms  %d encontrados\n", reference.wall,
+            reference.cpu, python->hits);
 
     std::printf("RESULT search: programa %.1f ms (CPU %.1f), piso %.1f ms (CPU %.1f), melhor de %d, "
                 "razão %.2fx (CPU %.2fx, meta 2x)",
