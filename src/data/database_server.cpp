@@ -72,10 +72,21 @@ QVariant valueOf(const PGresult* result, int row, int column, Oid type, bool yes
 
 // A parameter as the text the server reads into the column's type; booleans as Jet's
 // Yes/No numbers, byte arrays sent as they are.
-QByteArray parameterText(const QVariant& value, bool& binary)
+QByteArray parameterText(const QVariant& value, bool& binary, Oid& type)
 {
     binary = false;
+    type = 0;
     switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::Long:
+    case QMetaType::LongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+        // A whole number is read as the widest one: a key compared with a bound far below
+        // any code must not overflow the column's own type.
+        type = Int8Oid;
+        return QByteArray::number(value.toLongLong());
     case QMetaType::Bool:
         return value.toBool() ? QByteArrayLiteral("1") : QByteArrayLiteral("0");
     case QMetaType::Double:
@@ -91,6 +102,20 @@ QByteArray parameterText(const QVariant& value, bool& binary)
     default:
         return value.toString().toUtf8();
     }
+}
+
+// Whether the `index`th "?" of a statement (from 0) is a LIMIT's count.
+bool limitParameter(const QString& sql, int index)
+{
+    int seen = -1;
+    bool quoted = false;
+    for (qsizetype i = 0; i < sql.size(); ++i) {
+        if (sql[i] == QLatin1Char('\'') || sql[i] == QLatin1Char('"'))
+            quoted = !quoted;
+        else if (!quoted && sql[i] == QLatin1Char('?') && ++seen == index)
+            return QStringView(sql).left(i).trimmed().endsWith(QLatin1String("LIMIT"), Qt::CaseInsensitive);
+    }
+    return false;
 }
 
 } // namespace
@@ -129,17 +154,21 @@ ServerEngine::Result ServerEngine::execute(const QString& sql, const Row& parame
     std::vector<const char*> pointers(values.size(), nullptr);
     std::vector<int> lengths(values.size(), 0);
     std::vector<int> formats(values.size(), 0);
+    std::vector<Oid> types(values.size(), 0);
     for (size_t i = 0; i < values.size(); ++i) {
         const QVariant& value = parameters.at(static_cast<qsizetype>(i));
         if (value.isNull())
             continue;
+        // SQLite reads a negative LIMIT as none; the server wants Null for that.
+        if (value.toLongLong() < 0 && limitParameter(sql, static_cast<int>(i)))
+            continue;
         bool binary = false;
-        values[i] = parameterText(value, binary);
+        values[i] = parameterText(value, binary, types[i]);
         pointers[i] = values[i].constData();
         lengths[i] = static_cast<int>(values[i].size());
         formats[i] = binary ? 1 : 0;
     }
-    Result result(PQexecParams(m_connection, text.constData(), static_cast<int>(values.size()), nullptr,
+    Result result(PQexecParams(m_connection, text.constData(), static_cast<int>(values.size()), types.data(),
         pointers.data(), lengths.data(), formats.data(), 0));
     const ExecStatusType status = result.handle ? PQresultStatus(result.handle) : PGRES_FATAL_ERROR;
     if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK)

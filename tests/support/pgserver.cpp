@@ -106,7 +106,9 @@ QString PgServer::createDatabase()
     admin(QStringLiteral("postgres"),
         {QStringLiteral("SELECT pg_terminate_backend(pid) FROM pg_stat_activity WHERE datname = '%1'")
                 .arg(name)});
-    admin(name, {QStringLiteral("DROP SCHEMA public CASCADE"), QStringLiteral("CREATE SCHEMA public")});
+    admin(name,
+        {QStringLiteral("SET client_min_messages = warning"), QStringLiteral("DROP SCHEMA public CASCADE"),
+            QStringLiteral("CREATE SCHEMA public")});
     return name;
 }
 
