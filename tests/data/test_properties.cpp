@@ -136,7 +136,8 @@ QStringList recordsetRows(const Recordset& rs, int width = -1)
     return rows;
 }
 
-// One condition on table T as a find's criteria text.
+// One condition on table T as a find's criteria text. Two text fields compared with each other
+// are left out: in SQL they compare by the first one's declared collation, not as a find does.
 QString atom(Draw& d)
 {
     const QString text = d.pick({QStringLiteral("Nome"), QStringLiteral("Obs")});
