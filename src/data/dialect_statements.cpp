@@ -257,6 +257,7 @@ Translation Translator::update(qsizetype at)
         fail();
     QString target;
     QStringList assignments;
+    bool valuesReadNoColumn = true;
     for (const auto& [start, end] : splitTop(setAt + 1, whereAt)) {
         const qsizetype field = next(start);
         if (field >= end || !isPlainName(m_tokens[field]))
@@ -274,6 +275,8 @@ Translation Translator::update(qsizetype at)
                 jet::MustBeUpdatableQuery, QStringLiteral("A operação deve usar uma consulta atualizável."));
         target = owner;
         assignments << column + QLatin1Char(' ') + join(field + 1, end);
+        for (qsizetype i = field + 1; i < end; ++i)
+            valuesReadNoColumn = valuesReadNoColumn && !isPlainName(m_tokens[i]);
     }
     Translation translation;
     QString targetTable;
@@ -294,6 +297,19 @@ Translation Translator::update(qsizetype at)
         conditions << QLatin1Char('(') + join(start, end) + QLatin1Char(')');
     if (whereAt < m_tokens.size())
         conditions << QLatin1Char('(') + join(whereAt + 1, m_tokens.size()) + QLatin1Char(')');
+    // SQLite writes an UPDATE ... FROM's whole join out before it updates; when the new values
+    // are constants, the target's rows are picked by a list of rowids the join finds instead,
+    // one pass over the target without that copy.
+    if (!m_target.server && !others.isEmpty() && valuesReadNoColumn && targetTable == target) {
+        translation.sql = QStringLiteral("UPDATE ") + targetTable + QStringLiteral(" SET ")
+            + assignments.join(QStringLiteral(", ")) + QStringLiteral(" WHERE rowid IN (SELECT ")
+            + targetTable + QStringLiteral(".rowid FROM ") + targetTable + QStringLiteral(", ")
+            + others.join(QStringLiteral(", "));
+        if (!conditions.isEmpty())
+            translation.sql += QStringLiteral(" WHERE ") + conditions.join(QStringLiteral(" AND "));
+        translation.sql += QLatin1Char(')');
+        return translation;
+    }
     translation.sql = QStringLiteral("UPDATE ") + targetTable + QStringLiteral(" SET ")
         + assignments.join(QStringLiteral(", "));
     if (!others.isEmpty())

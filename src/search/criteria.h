@@ -32,11 +32,9 @@ const QStringList& preparationStatements();
 inline const QString AbreProcura = QStringLiteral("SELECT * FROM Procura;");
 QString itemPaths();
 
-// Every item whose scratch row is marked gets its mark, found through a list of those rows'
-// codes: one pass over the items, where a join of the two tables is first written out to a
-// scratch table of its own.
-inline const QString MarcaItens = QStringLiteral("UPDATE NivelCategoria4 SET Marca = TRUE WHERE Codigo IN "
-                                                 "(SELECT Codigo FROM Procura WHERE Marca = TRUE);");
+inline const QString MarcaItens
+    = QStringLiteral("UPDATE NivelCategoria4, Procura SET NivelCategoria4.Marca = TRUE "
+                     "WHERE (Procura.Marca = TRUE) AND NivelCategoria4.Codigo = Procura.Codigo;");
 inline const QString ContaItens
     = QStringLiteral("SELECT COUNT(*) AS Items FROM NivelCategoria4 WHERE Marca = True");
 inline const QString CampoContagem = QStringLiteral("Items");
