@@ -176,7 +176,10 @@ void resetKeys(QSqlDatabase& database)
     if (!isServer(database))
         return;
     QSqlQuery query(database);
+    const QStringList present = database.tables();
     for (const auto& table : tables) {
+        if (!present.contains(QString::fromLatin1(table.name), Qt::CaseInsensitive))
+            continue;
         QStringList keys {QStringLiteral("rowid")};
         const QString columns = QString::fromLatin1(table.columns);
         if (columns.contains(QLatin1String("AUTOINCREMENT")))

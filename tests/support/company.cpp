@@ -330,6 +330,15 @@ void TestCompany::exec(const QString& sqliteStatement)
         QTest::qFail(qPrintable(sqliteStatement + QStringLiteral(": ") + query.lastError().text()), __FILE__,
             __LINE__);
     m_fileStamp.clear(); // the file is ahead now
+    const QString word = sqliteStatement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
+    if (!m_serverDatabase.isEmpty()
+        && (word == QLatin1String("DROP") || word == QLatin1String("CREATE")
+            || word == QLatin1String("ALTER"))) {
+        QSqlQuery server(serverSql());
+        if (!server.exec(sqliteStatement))
+            QTest::qFail(qPrintable(sqliteStatement + QStringLiteral(": ") + server.lastError().text()),
+                __FILE__, __LINE__);
+    }
     sync();
 }
 

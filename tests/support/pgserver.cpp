@@ -1,10 +1,13 @@
 #include "support/pgserver.h"
 
 #include <QDir>
+#include <QFile>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 
+#include <cerrno>
+#include <csignal>
 #include <cstdlib>
 #include <pwd.h>
 #include <unistd.h>
@@ -23,6 +26,29 @@ void shell(const QString& command)
 {
     if (std::system(command.toLocal8Bit().constData()) != 0)
         qFatal("PgServer: failed: %s", qPrintable(command));
+}
+
+// A test process that died (an abort, a crash) never stopped its server: the next one does,
+// recognising it by the process id the folder was made for.
+void stopOrphans(const QString& bin)
+{
+    const QDir temp(QDir::tempPath());
+    const QStringList folders = temp.entryList({QStringLiteral("varemo-pg-*")}, QDir::Dirs);
+    for (const QString& folder : folders) {
+        const QString path = temp.filePath(folder);
+        QFile owner(path + QStringLiteral("/owner.pid"));
+        if (!owner.open(QIODevice::ReadOnly))
+            continue;
+        const pid_t pid = owner.readAll().trimmed().toInt();
+        if (pid <= 0 || kill(pid, 0) == 0 || errno != ESRCH)
+            continue;
+        const QString prefix = geteuid() == 0 ? QStringLiteral("runuser -u postgres -- ") : QString();
+        std::system(QStringLiteral("%1%2/pg_ctl -D %3/data -m immediate -s stop > /dev/null 2>&1")
+                        .arg(prefix, bin, path)
+                        .toLocal8Bit()
+                        .constData());
+        QDir(path).removeRecursively();
+    }
 }
 
 } // namespace
@@ -46,6 +72,11 @@ PgServer::PgServer()
     if (!mkdtemp(pattern.data()))
         qFatal("PgServer: no temporary folder");
     m_folder = QString::fromLocal8Bit(pattern);
+    stopOrphans(binaries());
+    QFile owner(m_folder + QStringLiteral("/owner.pid"));
+    if (owner.open(QIODevice::WriteOnly))
+        owner.write(QByteArray::number(getpid()));
+    owner.close();
     if (geteuid() == 0) {
         const passwd* account = getpwnam("postgres");
         if (!account || chown(pattern.constData(), account->pw_uid, account->pw_gid) != 0)
