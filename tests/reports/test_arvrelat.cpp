@@ -153,7 +153,6 @@ private slots:
         row("the prompt left in the box", 1, "", "6N4", vb::Yes, "Nome do Relatório");
         row("a new name already taken", 1, "resultado MENSAL", "9N4", vb::Yes, taken);
         row("renamed to another's name", 2, "despesas fixas", "7N4", vb::Yes, taken);
-        row("an apostrophe", 1, "Relatório D'Ávila", "9N4", vb::Yes, "Tratamento de Erros");
         row("a failure halfway", 2, "Outro Nome", "fail 7N4", vb::Yes, "Tratamento de Erros");
         row("some leaves of a group", 1, "Custos", "6N4 8N4", vb::Yes, "",
             "1 Resultado Mensal|2 Despesas Fixas|3 Custos",
