@@ -9,29 +9,17 @@
 #include <QTest>
 
 #include <memory>
-#include <stdexcept>
-#include <utility>
 
 using varemo::test::TestCompany;
 
 namespace {
 
-// The level-1 ancestor of an item, the CodigoSetor its ordinary movements must carry.
-const char* const itemSector = "(SELECT n2.CodigoCategoria1 FROM NivelCategoria4 n4 "
-                               "JOIN NivelCategoria3 n3 ON n3.Codigo = n4.CodigoCategoria3 "
-                               "JOIN NivelCategoria2 n2 ON n2.Codigo = n3.CodigoCategoria2 "
-                               "WHERE n4.Codigo = l.CodigoProduto)";
-
-void addRow(const QString& which, const QString& name, const QString& query, int expected)
+// Rows that break a rule, counted by one query; a rule holds when its count is `expected`.
+void rule(const char* which, const char* name, const QString& query, int expected = 0)
 {
-    const QStringList companies = which.isEmpty() ? QStringList {"demo", "gerado"} : QStringList {which};
-    for (const QString& company : companies)
-        QTest::addRow("%s %s", qPrintable(company), qPrintable(name)) << company << query << expected;
-}
-
-void addRow(const char* which, const char* name, const char* query, int expected)
-{
-    addRow(QString::fromLatin1(which), QString::fromUtf8(name), QString::fromUtf8(query), expected);
+    for (const char* company : {"demo", "gerado"})
+        if (!*which || QByteArray(which) == company)
+            QTest::addRow("%s %s", company, name) << QString::fromLatin1(company) << query << expected;
 }
 
 } // namespace
@@ -56,152 +44,136 @@ private slots:
         m_generated.reset();
     }
 
-    // Rules every made-up company keeps, so that the program meets data shaped like a real one.
-    // Each query counts what it checks; "" runs it on both companies.
+    // Every made-up company is shaped like a real one, so that the program meets what it will meet.
     void invariants_data()
     {
         QTest::addColumn<QString>("which");
         QTest::addColumn<QString>("query");
         QTest::addColumn<int>("expected");
-        addRow("demo", "empresa",
-            "SELECT COUNT(*) FROM DadosEmpresa WHERE Nome = 'Padaria e Confeitaria Pão Dourado Ltda' "
-            "AND Morto = 0 AND InicioSemana = 1 AND RetroAtivo = 0",
-            1);
-        addRow("demo", "a year of both documents up to the build",
-            "SELECT (SELECT MIN(DataDocumento) < '2025-05-01' AND MAX(DataDocumento) > '2026-03-24' "
-            "FROM Venda) + (SELECT MIN(DataDocumento) < '2025-05-01' AND MAX(DataDocumento) > "
-            "'2026-03-24' FROM Compra)",
-            2);
-        addRow("demo", "5 to 15% quotes",
-            "SELECT SUM(Venda = 0) * 100 / COUNT(*) BETWEEN 5 AND 15 FROM Venda", 1);
-        // Null and False both mean "not locked", and the file must hold both for the program to meet them.
-        addRow("demo", "locks locked, unlocked and Null",
+        rule("demo", "a year of documents up to the build",
+            "SELECT (SELECT MIN(DataDocumento) < '2025-05-01' AND MAX(DataDocumento) > '2026-03-24' FROM "
+            "Venda) "
+            "+ (SELECT MIN(DataDocumento) < '2025-05-01' AND MAX(DataDocumento) > '2026-03-24' FROM Compra) "
+            "+ (SELECT SUM(Venda = 0) * 100 / COUNT(*) BETWEEN 5 AND 15 FROM Venda)",
+            3);
+        // Null and False both mean "not locked": the program must meet both.
+        rule("demo", "locks locked, unlocked and Null",
             "SELECT (SELECT COUNT(DISTINCT IFNULL(Travado, 9)) FROM NivelCategoria1) "
             "+ (SELECT COUNT(DISTINCT IFNULL(Travado, 9)) FROM NivelCategoria2)",
             6);
-        addRow("gerado", "items asked for", "SELECT COUNT(*) FROM NivelCategoria4", 500);
-        addRow("gerado", "movement lines asked for",
-            "SELECT (SELECT COUNT(*) FROM VendaProdutos) + (SELECT COUNT(*) FROM CompraProdutos)", 5000);
-        addRow("", "categories",
-            "SELECT COUNT(*) FROM NivelCategoria0 WHERE (Codigo, Nome) IN "
-            "(VALUES (1, 'Receitas'), (2, 'Despesas'))",
+        rule("gerado", "the size asked for",
+            "SELECT (SELECT COUNT(*) FROM NivelCategoria4) * 100000 + (SELECT COUNT(*) FROM VendaProdutos) "
+            "+ (SELECT COUNT(*) FROM CompraProdutos)",
+            500 * 100000 + 5000);
+        rule("", "the two categories",
+            "SELECT COUNT(*) FROM NivelCategoria0 WHERE (Codigo, Nome) IN ((1, 'Receitas'), (2, 'Despesas'))",
             2);
-        addRow("", "orphans",
-            "SELECT (SELECT COUNT(*) FROM NivelCategoria1 WHERE CodigoCategoria0 NOT IN (SELECT Codigo FROM "
-            "NivelCategoria0)) + (SELECT COUNT(*) FROM NivelCategoria2 WHERE CodigoCategoria1 NOT IN (SELECT "
-            "Codigo FROM NivelCategoria1)) + (SELECT COUNT(*) FROM NivelCategoria3 WHERE CodigoCategoria2 "
-            "NOT IN (SELECT Codigo FROM NivelCategoria2)) + (SELECT COUNT(*) FROM NivelCategoria4 WHERE "
-            "CodigoCategoria3 NOT IN (SELECT Codigo FROM NivelCategoria3))",
-            0);
-        addRow("", "names repeated under a parent",
-            "SELECT COUNT(*) FROM (SELECT 1 FROM NivelCategoria4 "
-            "GROUP BY CodigoCategoria3, Nome HAVING COUNT(*) > 1)",
-            0);
-        addRow("", "apostrophes",
-            "SELECT (SELECT COUNT(*) FROM NivelCategoria4 WHERE Nome LIKE '%''%') + "
-            "(SELECT COUNT(*) FROM Produtos WHERE NomeProduto LIKE '%''%')",
-            0);
-        addRow("", "a line without products",
+        QString orphans = QStringLiteral("SELECT 0");
+        for (int level = 1; level <= 4; ++level)
+            orphans
+                += QStringLiteral(" + (SELECT COUNT(*) FROM NivelCategoria%1 WHERE CodigoCategoria%2 NOT IN "
+                                  "(SELECT Codigo FROM NivelCategoria%2))")
+                       .arg(level)
+                       .arg(level - 1);
+        rule("", "orphans", orphans);
+        rule("", "names repeated under a parent",
+            "SELECT COUNT(*) FROM (SELECT 1 FROM NivelCategoria4 GROUP BY CodigoCategoria3, Nome "
+            "HAVING COUNT(*) > 1)");
+        // An apostrophe in a name breaks the statements the program builds from names.
+        rule("", "apostrophes, marks, a filled search",
+            "SELECT (SELECT COUNT(*) FROM NivelCategoria4 WHERE Nome LIKE '%''%' OR Marca <> 0) + "
+            "(SELECT COUNT(*) FROM Produtos WHERE NomeProduto LIKE '%''%') + (SELECT COUNT(*) FROM Procura)");
+        rule("", "a line without products",
             "SELECT COUNT(*) FROM Linhas WHERE CodigoLinha NOT IN (SELECT CodigoLinha FROM Produtos)", 1);
         // A tied item carries its own product, under the account of that product's line.
-        addRow("", "tied to another product",
+        rule("", "tied to another product",
             "SELECT COUNT(*) FROM NivelCategoria4 i JOIN NivelCategoria3 c ON c.Codigo = i.CodigoCategoria3 "
             "WHERE i.CodigoProduto <> 0 AND NOT EXISTS (SELECT 1 FROM Produtos p JOIN Linhas l USING "
             "(CodigoLinha) WHERE p.CodigoProduto = i.CodigoProduto AND p.NomeProduto = i.Nome "
-            "AND l.NomeLinha = c.Nome)",
-            0);
-        addRow("", "no marks", "SELECT COUNT(*) FROM NivelCategoria4 WHERE Marca <> 0", 0);
-        addRow("", "dates in the year",
-            "SELECT (SELECT COUNT(*) FROM Venda WHERE DataDocumento NOT BETWEEN "
-            "'2025-04-01' AND '2026-03-31') + (SELECT COUNT(*) FROM Compra WHERE DataDocumento NOT BETWEEN "
-            "'2025-04-01' AND '2026-03-31')",
-            0);
-        addRow("", "quotes", "SELECT COUNT(*) > 0 FROM Venda WHERE Venda = 0", 1);
-        addRow("", "empty search table", "SELECT COUNT(*) FROM Procura", 0);
-        addRow("", "reports",
-            "SELECT COUNT(*) FROM Relatorios WHERE NomeRelatorio IN "
-            "('Resultado Mensal', 'Despesas Fixas')",
-            2);
+            "AND l.NomeLinha = c.Nome)");
+        rule("", "dates outside the year",
+            "SELECT (SELECT COUNT(*) FROM Venda WHERE DataDocumento NOT BETWEEN '2025-04-01' AND "
+            "'2026-03-31') "
+            "+ (SELECT COUNT(*) FROM Compra WHERE DataDocumento NOT BETWEEN '2025-04-01' AND '2026-03-31') "
+            "+ NOT EXISTS (SELECT 1 FROM Venda WHERE Venda = 0)");
 
         // The product-line groups hold, under their exact sector, every line of their kind as an
         // account and every product of it as an item.
-        const char* const groups[][2] = {{"Receitas Clientes", "Vendas Produtos"},
-            {"Receitas Clientes", "Vendas Insumos"}, {"Despesas Fornecedores", "Fornecedores Produtos"},
-            {"Despesas Fornecedores", "Fornecedores Insumos"}};
-        for (const auto& [sector, group] : groups) {
-            const int insumo = QByteArray(group).endsWith("Insumos");
-            const QString code = QStringLiteral(
-                "(SELECT g.Codigo FROM NivelCategoria2 g JOIN NivelCategoria1 s "
-                "ON s.Codigo = g.CodigoCategoria1 WHERE s.Nome = '%1' COLLATE BINARY AND g.Nome = '%2' "
-                "COLLATE BINARY)")
-                                     .arg(QString::fromUtf8(sector), QString::fromUtf8(group));
+        const char* const groups[][3]
+            = {{"Receitas Clientes", "Vendas Produtos", "0"}, {"Receitas Clientes", "Vendas Insumos", "1"},
+                {"Despesas Fornecedores", "Fornecedores Produtos", "0"},
+                {"Despesas Fornecedores", "Fornecedores Insumos", "1"}};
+        for (const auto& [sector, group, insumo] : groups) {
+            const QString code
+                = QStringLiteral("(SELECT g.Codigo FROM NivelCategoria2 g JOIN NivelCategoria1 s "
+                                 "ON s.Codigo = g.CodigoCategoria1 WHERE s.Nome = '%1' COLLATE "
+                                 "BINARY AND g.Nome = '%2' COLLATE BINARY)")
+                      .arg(QString::fromUtf8(sector), QString::fromUtf8(group));
             const QString accounts
                 = QStringLiteral("SELECT Nome FROM NivelCategoria3 WHERE CodigoCategoria2 = %1").arg(code);
-            const QString lines
-                = QStringLiteral("SELECT NomeLinha FROM Linhas WHERE Insumo = %1").arg(insumo);
-            addRow(QString(), QString::fromUtf8(group),
+            const QString lines = QStringLiteral("SELECT NomeLinha FROM Linhas WHERE Insumo = ") + insumo;
+            rule("", group,
                 QStringLiteral(
-                    "SELECT %1 IS NOT NULL AND NOT EXISTS (%2 EXCEPT %3) AND NOT EXISTS (%3 EXCEPT %2) "
-                    "AND (SELECT COUNT(*) FROM NivelCategoria4 WHERE CodigoCategoria3 IN (SELECT Codigo FROM "
-                    "NivelCategoria3 WHERE CodigoCategoria2 = %1)) = (SELECT COUNT(*) FROM Produtos "
-                    "JOIN Linhas USING (CodigoLinha) WHERE Insumo = %4)")
-                    .arg(code, accounts, lines)
-                    .arg(insumo),
+                    "SELECT %1 IS NOT NULL AND NOT EXISTS (%2 EXCEPT %3) AND NOT EXISTS (%3 EXCEPT "
+                    "%2) AND (SELECT COUNT(*) FROM NivelCategoria4 WHERE CodigoCategoria3 IN (SELECT "
+                    "Codigo FROM NivelCategoria3 WHERE CodigoCategoria2 = %1)) = (SELECT COUNT(*) "
+                    "FROM Produtos JOIN Linhas USING (CodigoLinha) WHERE Insumo = %4)")
+                    .arg(code, accounts, lines, QLatin1String(insumo)),
                 1);
         }
 
         // Product lines point at a product and its line; item lines at an ordinary item of the
         // document's side (income for sales, expense for purchases) and its level-1 sector.
+        const QString itemSector = QStringLiteral(
+            "(SELECT n2.CodigoCategoria1 FROM NivelCategoria4 n4 JOIN NivelCategoria3 n3 ON n3.Codigo = "
+            "n4.CodigoCategoria3 JOIN NivelCategoria2 n2 ON n2.Codigo = n3.CodigoCategoria2 WHERE n4.Codigo "
+            "= "
+            "l.CodigoProduto)");
         for (const auto& [table, category] :
             {std::pair {"VendaProdutos", 1}, std::pair {"CompraProdutos", 2}}) {
             const QString from = QStringLiteral("SELECT COUNT(*) FROM %1 l WHERE ").arg(QLatin1String(table));
-            addRow(QString(), QStringLiteral("%1 of both kinds").arg(QLatin1String(table)),
-                QStringLiteral("SELECT (%1Produto = 1) > 0 AND (%1Produto = 0) > 0").arg(from), 1);
-            addRow(QString(), QStringLiteral("%1 pointing elsewhere").arg(QLatin1String(table)),
+            rule("", table,
                 QStringLiteral(
-                    "SELECT (%1Produto = 1 AND CodigoSetor IS NOT (SELECT CodigoLinha FROM Produtos "
-                    "WHERE CodigoProduto = l.CodigoProduto)) + (%1Produto = 0 AND CodigoSetor IS NOT %2) "
-                    "+ (%1Produto = 0 AND (SELECT CodigoCategoria0 FROM NivelCategoria1 WHERE Codigo = "
-                    "l.CodigoSetor) <> %3) + (%1ROUND(PrecoUnit, 2) <> PrecoUnit OR PrecoUnit <= 0 OR "
-                    "QdeComprada <= 0)")
-                    .arg(from, QLatin1String(itemSector))
+                    "SELECT ((%1Produto = 1) > 0 AND (%1Produto = 0) > 0) * 1000 + (%1Produto = 1 AND "
+                    "CodigoSetor IS NOT (SELECT CodigoLinha FROM Produtos WHERE CodigoProduto = "
+                    "l.CodigoProduto)) + (%1Produto = 0 AND CodigoSetor IS NOT %2) + (%1Produto = 0 "
+                    "AND (SELECT CodigoCategoria0 FROM NivelCategoria1 WHERE Codigo = l.CodigoSetor) "
+                    "<> %3) + (%1ROUND(PrecoUnit, 2) <> PrecoUnit OR PrecoUnit <= 0 OR QdeComprada "
+                    "<= 0)")
+                    .arg(from, itemSector)
                     .arg(category),
-                0);
+                1000);
         }
 
         // Saved report items point at existing rows; "Todos" (3) is only stored where every
         // child is "Todos" too, "Alguns" (2) only where some child is chosen.
-        QString exists;
+        QString broken
+            = QStringLiteral("SELECT COUNT(*) FROM RelatorioItens r WHERE Imagem NOT IN (2, 3) OR (Nivel = "
+                             "'N4' AND Imagem = 2) "
+                             "OR CodigoRelatorio NOT IN (SELECT CodigoRelatorio FROM Relatorios) OR NOT (0");
         for (int level = 0; level <= 4; ++level)
-            exists += QStringLiteral(" OR (Nivel = 'N%1' AND CodigoConta IN (SELECT Codigo FROM "
-                                     "NivelCategoria%1))")
+            broken += QStringLiteral(
+                " OR (Nivel = 'N%1' AND CodigoConta IN (SELECT Codigo FROM NivelCategoria%1))")
                           .arg(level);
-        addRow("demo", "report items pointing at rows",
-            QStringLiteral(
-                "SELECT COUNT(*) FROM RelatorioItens WHERE NOT (0%1) OR Imagem NOT IN (2, 3) OR "
-                "(Nivel = 'N4' AND Imagem = 2) OR CodigoRelatorio NOT IN (SELECT CodigoRelatorio FROM "
-                "Relatorios)")
-                .arg(exists),
-            0);
+        broken += QLatin1Char(')');
         for (int level = 0; level < 4; ++level) {
-            const QString child = QStringLiteral(
-                "FROM NivelCategoria%1 c JOIN RelatorioItens k ON k.CodigoConta "
-                "= c.Codigo AND k.Nivel = 'N%1' AND k.CodigoRelatorio = r.CodigoRelatorio WHERE "
-                "c.CodigoCategoria%2 = r.CodigoConta")
-                                      .arg(level + 1)
-                                      .arg(level);
-            addRow(QStringLiteral("demo"), QStringLiteral("report marks of level %1").arg(level),
-                QStringLiteral(
-                    "SELECT COUNT(*) FROM RelatorioItens r WHERE Nivel = 'N%1' AND ((Imagem = 2 AND "
-                    "NOT EXISTS (SELECT 1 %2)) OR (Imagem = 3 AND (SELECT COUNT(*) FROM NivelCategoria%3 "
-                    "WHERE CodigoCategoria%1 = r.CodigoConta) <> (SELECT COUNT(*) %2 AND k.Imagem = 3)))")
-                    .arg(level)
-                    .arg(child)
-                    .arg(level + 1),
-                0);
+            const QString child
+                = QStringLiteral("FROM NivelCategoria%1 c JOIN RelatorioItens k ON k.CodigoConta = "
+                                 "c.Codigo AND k.Nivel = 'N%1' AND k.CodigoRelatorio = "
+                                 "r.CodigoRelatorio WHERE c.CodigoCategoria%2 = r.CodigoConta")
+                      .arg(level + 1)
+                      .arg(level);
+            broken += QStringLiteral(
+                " OR (Nivel = 'N%1' AND ((Imagem = 2 AND NOT EXISTS (SELECT 1 %2)) OR (Imagem "
+                "= 3 AND (SELECT COUNT(*) FROM NivelCategoria%3 WHERE CodigoCategoria%1 = "
+                "r.CodigoConta) <> (SELECT COUNT(*) %2 AND k.Imagem = 3))))")
+                          .arg(level)
+                          .arg(child)
+                          .arg(level + 1);
         }
+        rule("demo", "report marks", broken);
+        rule("demo", "two reports", "SELECT COUNT(DISTINCT CodigoRelatorio) FROM RelatorioItens", 2);
     }
-
     void invariants()
     {
         QFETCH(QString, which);
@@ -210,37 +182,22 @@ private slots:
         QCOMPARE((which == QLatin1String("demo") ? m_demo : m_generated)->count(query), expected);
     }
 
-    void generatorRefusesATinyChart()
-    {
-        QVERIFY_THROWS_EXCEPTION(std::invalid_argument,
-            varemo::demo::generateCompany(m_generated->root() + QStringLiteral("x.mdb"), 7, 10));
-    }
-
-    void installationFiles()
-    {
-        const QString data = QString::fromUtf8(
-            varemo::test::readFile(m_demo->programFolder() + QStringLiteral("Caminho.dad"))
-                .split('\n')
-                .first());
-        QCOMPARE(data, QDir::toNativeSeparators(m_demo->dataFolder()));
-        QVERIFY(data.endsWith(QDir::separator()) && QDir::isAbsolutePath(data));
-        QVERIFY(QFile::exists(data + QStringLiteral("Empresa.ini")));
-        QVERIFY(QDir(data + QStringLiteral("Imagens")).exists());
-        const QString sounds = qEnvironmentVariable("VAREMO_PROGRAM_DIR") + QStringLiteral("/Sons");
-        const auto wavs = QDir(sounds).entryList(QDir::Files);
-        for (const auto& wav : wavs)
-            QVERIFY2(QFile::exists(m_demo->programFolder() + QStringLiteral("Sons/") + wav), qPrintable(wav));
-    }
-
+    // The installation points at its data folder; an existing one is kept unless rebuilt, and
+    // a rebuild on the same date gives the same company again.
     void buildKeepsAnInstallationUnlessRebuilt()
     {
         QTemporaryDir dir;
         const QDate today = TestCompany::demoToday();
         const QString program = varemo::demo::build(dir.path(), {}, today);
         QCOMPARE(program, QDir::toNativeSeparators(dir.path() + QStringLiteral("/programa/")));
+        const QByteArray data
+            = varemo::test::readFile(program + QStringLiteral("Caminho.dad")).split('\n').first();
+        QCOMPARE(QString::fromUtf8(data).trimmed(),
+            QDir::toNativeSeparators(dir.path() + QStringLiteral("/empresa/")));
+        QVERIFY(QFile::exists(dir.path() + QStringLiteral("/empresa/Empresa.ini")));
         const QString database = dir.path() + QStringLiteral("/empresa/Dados/empresa.mdb");
-        // Reads the company's name, then changes it, so that a rebuilt file shows.
-        const auto companyName = [&] {
+        // The company's name and a digest of its movements, then the name changed so that a rebuild shows.
+        const auto read = [&] {
             const QString name = QStringLiteral("demo-twice");
             QString value;
             {
@@ -248,7 +205,12 @@ private slots:
                 db.setDatabaseName(database);
                 db.open();
                 QSqlQuery query(db);
-                query.exec(QStringLiteral("SELECT Nome FROM DadosEmpresa"));
+                query.exec(QStringLiteral(
+                    "SELECT (SELECT Nome FROM DadosEmpresa) || (SELECT COUNT(*) || '/' || TOTAL(PrecoUnit * "
+                    "QdeComprada) || '/' || TOTAL(CodigoProduto * Codigo) FROM VendaProdutos) || (SELECT "
+                    "COUNT(*) "
+                    "|| '/' || TOTAL(PrecoUnit * QdeComprada) FROM CompraProdutos) || (SELECT "
+                    "GROUP_CONCAT(DataDocumento || Venda) FROM Venda)"));
                 value = query.next() ? query.value(0).toString() : QString();
                 query.exec(QStringLiteral("UPDATE DadosEmpresa SET Nome = 'Alterado'"));
                 query.finish();
@@ -257,23 +219,13 @@ private slots:
             QSqlDatabase::removeDatabase(name);
             return value;
         };
-        QCOMPARE(companyName(), QStringLiteral("Padaria e Confeitaria Pão Dourado Ltda"));
+        const QString built = read();
+        QVERIFY(built.startsWith(QStringLiteral("Padaria e Confeitaria Pão Dourado Ltda")));
         QCOMPARE(varemo::demo::build(dir.path(), {}, today.addDays(10)), program);
-        QCOMPARE(companyName(), QStringLiteral("Alterado"));
+        QVERIFY(read().startsWith(QStringLiteral("Alterado")));
         varemo::demo::build(dir.path(), {}, today, true);
-        QCOMPARE(companyName(), QStringLiteral("Padaria e Confeitaria Pão Dourado Ltda"));
+        QCOMPARE(read(), built);
         QVERIFY(!QFile::exists(database + QStringLiteral(".novo")));
-    }
-
-    void sameDateSameCompany()
-    {
-        TestCompany other(TestCompany::Seed::Demo);
-        const QString digest = QStringLiteral(
-            "SELECT (SELECT COUNT(*) || '/' || TOTAL(PrecoUnit * QdeComprada) "
-            "|| '/' || TOTAL(CodigoProduto * Codigo) FROM VendaProdutos) || (SELECT COUNT(*) || '/' || "
-            "TOTAL(PrecoUnit * QdeComprada) FROM CompraProdutos) || (SELECT GROUP_CONCAT(DataDocumento || "
-            "Venda) FROM Venda)");
-        QCOMPARE(other.scalar(digest).toString(), m_demo->scalar(digest).toString());
     }
 };
 
