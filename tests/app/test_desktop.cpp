@@ -3,9 +3,6 @@
 #include "app/state.h"
 #include "support/testregistry.h"
 
-#include <QAbstractButton>
-#include <QDir>
-#include <QFile>
 #include <QMessageBox>
 #include <QPushButton>
 #include <QSettings>
@@ -20,32 +17,12 @@ class TestDesktop : public QObject {
     QTemporaryDir m_dir;
     AppState m_state;
 
-    QString program() const { return m_dir.path() + QStringLiteral("/programa/"); }
-
-    void writeKeys(const QString& app, const QStringList& keysAndValues)
-    {
-        QSettings settings(QStringLiteral("Varemo"), app);
-        settings.remove(QString());
-        settings.beginGroup(placement::Group);
-        for (qsizetype i = 0; i + 1 < keysAndValues.size(); i += 2)
-            settings.setValue(keysAndValues[i], keysAndValues[i + 1]);
-    }
-
 private slots:
     void initTestCase()
     {
-        QVERIFY(m_dir.isValid());
         // Placements of these tests never reach the person's own settings.
-        QSettings::setPath(
-            QSettings::NativeFormat, QSettings::UserScope, m_dir.path() + QStringLiteral("/config"));
-        QSettings::setPath(
-            QSettings::IniFormat, QSettings::UserScope, m_dir.path() + QStringLiteral("/config"));
-        QVERIFY(QDir().mkpath(program() + QStringLiteral("Sons")));
-        for (const char* name : {"somerro.wav", "mousemov.wav", "mousecli.wav"}) {
-            QFile file(program() + QStringLiteral("Sons/") + QLatin1String(name));
-            QVERIFY(file.open(QIODevice::WriteOnly));
-        }
-        m_state.programFolder = program();
+        for (const auto format : {QSettings::NativeFormat, QSettings::IniFormat})
+            QSettings::setPath(format, QSettings::UserScope, m_dir.filePath(QStringLiteral("config")));
     }
 
     void boxFollowsTheFlags_data()
@@ -61,7 +38,7 @@ private slots:
         QTest::newRow("yes/no, No the default") << (vb::YesNo | vb::Question | vb::DefaultButton2)
                                                 << int(QMessageBox::Question) << vb::No << vb::No;
     }
-
+    // Lines break at carriage returns, the text is plain, and the title defaults to the module's.
     void boxFollowsTheFlags()
     {
         QFETCH(int, flags);
@@ -69,7 +46,10 @@ private slots:
         QFETCH(int, defaultAnswer);
         QFETCH(int, escapeAnswer);
         QtDesktop desktop(m_state);
-        const auto box = desktop.messageBox(QStringLiteral("a"), flags, QStringLiteral("t"));
+        const auto box = desktop.messageBox(QStringLiteral("um\rdois\r\ntrês <b>&</b>"), flags, {});
+        QCOMPARE(box->text() + u'|' + box->windowTitle(),
+            QStringLiteral("um\ndois\ntrês <b>&</b>|Plano de Contas"));
+        QCOMPARE(box->textFormat(), Qt::PlainText);
         QCOMPARE(int(box->icon()), icon);
         QCOMPARE(box->buttons().size(), (flags & 0xF) == vb::YesNo ? 2 : 1);
         box->defaultButton()->click();
@@ -78,71 +58,48 @@ private slots:
         QCOMPARE(QtDesktop::answerOf(*closed), escapeAnswer); // closed without a button
     }
 
-    void carriageReturnsBreakLinesAndTitleDefaults()
+    // The program folder's sounds by number, and the sibling modules' programs beside it;
+    // the folder may come without its closing separator.
+    void filesOfTheProgramFolder_data()
     {
-        QtDesktop desktop(m_state);
-        const auto box = desktop.messageBox(QStringLiteral("um\rdois\r\ntrês <b>&</b>"), vb::OKOnly, {});
-        QCOMPARE(box->text(), QStringLiteral("um\ndois\ntrês <b>&</b>"));
-        QCOMPARE(box->textFormat(), Qt::PlainText);
-        QCOMPARE(box->windowTitle(), QStringLiteral("Plano de Contas"));
-        // What a topic the installation's help cannot open shows; the reliability suite drives it.
-        QCOMPARE(QtDesktop::HelpMessage, QStringLiteral("A Ajuda não abre ou tópico não existe"));
-    }
-
-    void soundFile_data()
-    {
-        QTest::addColumn<int>("number");
-        QTest::addColumn<QString>("file"); // empty: nothing to play
-        QTest::newRow("1 error") << 1 << "somerro.wav";
-        QTest::newRow("7 click") << 7 << "mousecli.wav";
-        QTest::newRow("2 removed from Sons") << 2 << "";
-        QTest::newRow("0") << 0 << "";
-        QTest::newRow("8") << 8 << "";
-    }
-
-    void soundFile()
-    {
-        QFETCH(int, number);
-        QFETCH(QString, file);
-        const QString expected = file.isEmpty() ? QString() : program() + QStringLiteral("Sons/") + file;
-        QCOMPARE(QtDesktop::soundPath(program(), number), expected);
-        QCOMPARE(QtDesktop::soundPath(program().chopped(1), number), expected);
-    }
-
-    void moduleProgram_data()
-    {
-        QTest::addColumn<QString>("folder");
-        QTest::addColumn<int>("number");
+        QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("path");
-        QTest::newRow("3 Vendas") << "/opt/varemo/" << 3 << "/opt/varemo/Vendas";
-        QTest::newRow("separator appended") << "/opt/varemo" << 10 << "/opt/varemo/Empresa";
-        QTest::newRow("11 starts nothing") << "/opt/varemo/" << 11 << "";
+        const QString sons = qEnvironmentVariable("VAREMO_PROGRAM_DIR") + QStringLiteral("/Sons/");
+        QTest::newRow("sound 1, error") << "sound 1" << sons + "somerro.wav";
+        QTest::newRow("sound 7, click") << "sound 7" << sons + "mousecli.wav";
+        QTest::newRow("sound 8, none") << "sound 8"
+                                       << "";
+        QTest::newRow("module 3") << "module 3"
+                                  << "/opt/varemo/Vendas";
+        QTest::newRow("module 10") << "module 10"
+                                   << "/opt/varemo/Empresa";
+        QTest::newRow("module 11, none") << "module 11"
+                                         << "";
     }
-
-    void moduleProgram()
+    void filesOfTheProgramFolder()
     {
-        QFETCH(QString, folder);
-        QFETCH(int, number);
+        QFETCH(QString, file);
         QFETCH(QString, path);
-        QCOMPARE(QtDesktop::moduleProgram(folder, number), path);
+        const int number = file.section(u' ', 1).toInt();
+        const QString program = qEnvironmentVariable("VAREMO_PROGRAM_DIR");
+        for (const QString& end : {QString(), QStringLiteral("/")})
+            QCOMPARE(file.startsWith(u"sound")
+                    ? QtDesktop::soundPath(program + end, number)
+                    : QtDesktop::moduleProgram(QStringLiteral("/opt/varemo") + end, number),
+                path);
     }
 
     void placementRoundTrip()
     {
-        const QString app = QStringLiteral("Ida e Volta");
         QWidget saved;
         saved.setGeometry(120, 80, 640, 480);
-        placement::save(saved, app);
-        QSettings settings(QStringLiteral("Varemo"), app);
-        settings.beginGroup(placement::Group);
-        QCOMPARE(settings.childKeys().size(), 8);
-        QCOMPARE(settings.value(QStringLiteral("Right")).toString(), QStringLiteral("760"));
-        QCOMPARE(settings.value(QStringLiteral("Bottom")).toString(), QStringLiteral("560"));
+        placement::save(saved, QStringLiteral("Ida e Volta"));
         QWidget restored;
-        QVERIFY(placement::restore(restored, app));
+        QVERIFY(placement::restore(restored, QStringLiteral("Ida e Volta")));
         QCOMPARE(restored.geometry(), QRect(120, 80, 640, 480));
     }
 
+    // Saved as the far corner; a window narrower than 100 was never placed.
     void savedPlacement_data()
     {
         QTest::addColumn<QStringList>("keys");
@@ -162,7 +119,6 @@ private slots:
             << QStringList {"showCmd", "3", "Left", "5", "Top", "5", "Right", "805", "Bottom", "605"} << true
             << QRect(5, 5, 800, 600) << true;
     }
-
     void savedPlacement()
     {
         QFETCH(QStringList, keys);
@@ -170,7 +126,12 @@ private slots:
         QFETCH(QRect, geometry);
         QFETCH(bool, maximized);
         const QString app = QStringLiteral("Posicao %1").arg(QString::fromLatin1(QTest::currentDataTag()));
-        writeKeys(app, keys);
+        {
+            QSettings settings(QStringLiteral("Varemo"), app);
+            settings.beginGroup(placement::Group);
+            for (qsizetype i = 0; i + 1 < keys.size(); i += 2)
+                settings.setValue(keys[i], keys[i + 1]);
+        }
         QWidget window;
         QCOMPARE(placement::restore(window, app), saved);
         QCOMPARE(window.isMaximized(), maximized);

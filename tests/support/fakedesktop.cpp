@@ -7,12 +7,11 @@ namespace varemo::test {
 int FakeDesktop::msgbox(const QString& prompt, int buttons, const QString& title)
 {
     boxes.append({prompt, buttons, title});
-    if (!m_answers.empty()) {
-        const int answer = m_answers.front();
-        m_answers.pop_front();
-        return answer;
-    }
-    return (buttons & 0xF) == vb::YesNo ? vb::No : vb::OK;
+    if (m_answers.empty())
+        return (buttons & 0xF) == vb::YesNo ? vb::No : vb::OK;
+    const int answer = m_answers.front();
+    m_answers.pop_front();
+    return answer;
 }
 
 void FakeDesktop::showModal(QWidget& window)
@@ -25,22 +24,6 @@ void FakeDesktop::showModal(QWidget& window)
         action(window);
     }
     window.close();
-}
-
-bool FakeDesktop::activateRunningCopy(const QString&)
-{
-    ++activations;
-    return runningCopy;
-}
-
-bool FakeDesktop::restorePlacement(QWidget&, const QString&)
-{
-    return placementSaved;
-}
-
-void FakeDesktop::savePlacement(QWidget&, const QString& appName)
-{
-    placementsSaved << appName;
 }
 
 } // namespace varemo::test
