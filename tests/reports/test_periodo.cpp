@@ -95,23 +95,16 @@ private slots:
         }
     }
 
+    // Pinned apart from the calendar above: the month a day lacks, and the calendar's ends.
     void namedCases_data()
     {
         QTest::addColumn<QDate>("reference");
         QTest::addColumn<int>("option");
         QTest::addColumn<bool>("retroactive");
-        QTest::addColumn<int>("weekStart");
         QTest::addColumn<QString>("period");
-        const QDate april20(2024, 4, 20);
-        // the window's own tests pin the plain month and week around 20-04-2024
-        QTest::newRow("mensal retroativo") << april20 << 3 << true << 1 << "2024-03-20 2024-04-20";
-        QTest::newRow("31 de fevereiro") << QDate(2023, 3, 31) << 3 << true << 1 << "2023-03-03 2023-03-31";
-        QTest::newRow("31 de fevereiro bissexto")
-            << QDate(2024, 3, 31) << 3 << true << 1 << "2024-03-02 2024-03-31";
-        QTest::newRow("semestre retroativo")
-            << QDate(2024, 3, 10) << 4 << true << 1 << "2023-09-10 2024-03-10";
-        QTest::newRow("fim do calendário") << QDate(9999, 12, 31) << 1 << false << 1 << "nada";
-        QTest::newRow("começo do calendário") << QDate(100, 1, 3) << 1 << true << 1 << "nada";
+        QTest::newRow("31 de fevereiro") << QDate(2023, 3, 31) << 3 << true << "2023-03-03 2023-03-31";
+        QTest::newRow("fim do calendário") << QDate(9999, 12, 31) << 1 << false << "nada";
+        QTest::newRow("começo do calendário") << QDate(100, 1, 3) << 1 << true << "nada";
     }
 
     void namedCases()
@@ -119,9 +112,7 @@ private slots:
         QFETCH(QDate, reference);
         QFETCH(int, option);
         QFETCH(bool, retroactive);
-        QFETCH(int, weekStart);
-        QFETCH(QString, period);
-        QCOMPARE(text(RecalculaDatas(reference, option, retroactive, weekStart)), period);
+        QTEST(text(RecalculaDatas(reference, option, retroactive, 1)), "period");
     }
 };
 

@@ -7,7 +7,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
-#include <QComboBox>
+#include <QDir>
 #include <QLabel>
 #include <QLineEdit>
 #include <QPrinter>
@@ -42,12 +42,14 @@ reports::Report sampleReport(int pageCount = 4)
     return report;
 }
 
-// Runs comma-separated steps and gives the page shown after each, 1-based as the box shows it.
+// Runs comma-separated steps and gives the page shown after each, 1-based as the box shows it,
+// with what a find ("find:text" typed in its bar, "ret" Return there) or a copy showed.
 QString walk(ReportViewer& viewer, const QString& steps)
 {
     QStringList pages;
     for (const QString& step : steps.split(QLatin1Char(','))) {
         const QString arg = step.section(QLatin1Char(':'), 1);
+        QString shown;
         if (step.startsWith(QLatin1String("box:"))) {
             viewer.NumeroPagina->setText(arg);
             viewer.NumeroPagina_Enter();
@@ -62,25 +64,25 @@ QString walk(ReportViewer& viewer, const QString& steps)
                     Qt::NoButton, Qt::NoModifier, Qt::NoScrollPhase, false);
                 QCoreApplication::sendEvent(viewer.Paginas->viewport(), &wheel);
             }
+        } else if (step.startsWith(QLatin1String("find:"))) {
+            viewer.tool(QStringLiteral("Find"))->trigger();
+            viewer.TextoLocalizar->setText(arg);
+        } else if (step == u"ret") {
+            QTest::keyClick(viewer.TextoLocalizar, Qt::Key_Return);
+            shown = QLatin1Char(' ') + viewer.ResultadoLocalizar->text();
         } else {
             viewer.tool(step)->trigger(); // a disabled tool does nothing
+            if (step == u"Copy")
+                shown = QLatin1Char(' ') + QApplication::clipboard()->text().replace(QLatin1Char('\n'), u'/');
         }
         const QString page = QString::number(viewer.currentPage() + 1);
         // the box always shows the page in sight
         pages << (viewer.NumeroPagina->text() == page
-                ? page
-                : page + QStringLiteral("|box ") + viewer.NumeroPagina->text());
+                         ? page
+                         : page + QStringLiteral("|box ") + viewer.NumeroPagina->text())
+                + shown;
     }
     return pages.join(QLatin1Char(','));
-}
-
-int pdfPages(const QString& fileName)
-{
-    QFile file(fileName);
-    if (!file.open(QIODevice::ReadOnly))
-        return -1;
-    return int(
-        QString::fromLatin1(file.readAll()).count(QRegularExpression(QStringLiteral("/Type\\s*/Page[^s]"))));
 }
 
 } // namespace
@@ -94,104 +96,44 @@ class TestVisualiza : public QObject {
 private slots:
     void init() { m_desktop = test::FakeDesktop(); }
 
-    void toolbar_data()
+    // The toolbar in Portuguese, each tool's caption and tooltip in order; the report opens at
+    // 100% under its caption, the viewer fills the window, Esc closes the find bar first, and
+    // the report goes with the window.
+    void runReport()
     {
-        QTest::addColumn<QString>("key");
-        QTest::addColumn<QString>("caption");
-        QTest::addColumn<QString>("tooltip");
-        const auto row = [](const char* key, const char* caption, const char* tooltip) {
-            QTest::newRow(key) << QString::fromUtf8(key) << QString::fromUtf8(caption)
-                               << QString::fromUtf8(tooltip);
-        };
-        row("TOC", "Índice", "Mostrar índice");
-        row("Print", "Imprimir...", "Imprimir relatório");
-        row("Copy", "Copiar", "Copiar relatório");
-        row("Find", "Localizar", "Localizar palavras no relatório");
-        row("SingleView", "Vista Única", "Visualizar uma página");
-        row("MultiView", "Várias Páginas", "Visualizar várias páginas");
-        row("ZoomOut", "Diminuir", "Reduzindo a visão");
-        row("ZoomIn", "Aumentar", "Aumentando a visão");
-        row("PrevPage", "Página Anterior", "Mostra página anterior");
-        row("NextPage", "Próxima página", "Mostra próxima página");
-        row("PageNumber", "Digite o número da página", "Número da página mostrada");
-        row("Back", "&Voltar", "Voltar página já mostrada");
-        row("Forward", "&Avançar", "Avançar página já mostrada");
-        row("ExportPdf", "Exportar PDF", "Gravar o relatório num arquivo PDF");
-    }
-    void toolbar()
-    {
-        QFETCH(QString, key);
-        QFETCH(QString, caption);
-        QFETCH(QString, tooltip);
         Visualiza window(m_state, m_desktop);
-        QAction* tool = window.Visual->tool(key);
-        QVERIFY(tool);
-        QCOMPARE(tool->text(), caption);
-        QCOMPARE(tool->toolTip(), tooltip);
+        QStringList tools;
+        for (QAction* tool : window.Visual->tools())
+            tools << tool->text() + u'|' + tool->toolTip();
+        QCOMPARE(tools.join(u'\n'),
+            QStringLiteral("Índice|Mostrar índice\nImprimir...|Imprimir relatório\n"
+                           "Exportar PDF|Gravar o relatório num arquivo PDF\n"
+                           "Exportar planilha|Gravar as linhas do relatório numa planilha\n"
+                           "Copiar|Copiar relatório\nLocalizar|Localizar palavras no relatório\n"
+                           "Vista Única|Visualizar uma página\nVárias Páginas|Visualizar várias páginas\n"
+                           "Diminuir|Reduzindo a visão\nAumentar|Aumentando a visão\n"
+                           "Exibição|Índice, largura da página ou página toda\n"
+                           "Página Anterior|Mostra página anterior\n"
+                           "Digite o número da página|Número da página mostrada\n"
+                           "Próxima página|Mostra próxima página\n&Voltar|Voltar página já mostrada\n"
+                           "&Avançar|Avançar página já mostrada"));
         QCOMPARE(window.Visual->displayChoices(),
             QStringList({QStringLiteral("Índice"), QStringLiteral("Larg.Pág."), QStringLiteral("Pág.Toda")}));
-    }
-
-    void shortToolbarStillTranslated()
-    {
-        const QStringList keys {
-            QStringLiteral("Copy"), QStringLiteral("NextPage"), QStringLiteral("Display")};
-        Visualiza window(m_state, m_desktop, new ReportViewer(m_desktop, nullptr, keys));
-        QStringList captions;
-        for (QAction* tool : window.Visual->tools())
-            captions << tool->text();
-        QCOMPARE(captions,
-            QStringList(
-                {QStringLiteral("Copiar"), QStringLiteral("Exibição"), QStringLiteral("Próxima página")}));
-        QCOMPARE(window.Visual->displayChoices().size(), 3);
-    }
-
-    void runReportAtZoom100UnderItsCaption()
-    {
-        Visualiza window(m_state, m_desktop);
         window.Visual->zoomStep(1);
         window.RunReport(sampleReport());
         QCOMPARE(window.Visual->zoom(), 100);
         QCOMPARE(window.windowTitle(), QStringLiteral("Relatório : Mensal"));
         QCOMPARE(window.Visual->TotalPaginas->text(), QStringLiteral("de 4"));
+        window.show();
+        window.resize(60, 40);
+        QCoreApplication::processEvents();
+        QCOMPARE(window.Visual->geometry(), QRect(QPoint(0, 0), window.size()));
+        window.Visual->showFind();
+        QTest::keyClick(window.Visual->TextoLocalizar, Qt::Key_Escape); // closes the bar, not the window
+        QVERIFY(window.Visual->BarraLocalizar->isHidden() && window.isVisible());
         window.reject();
         QVERIFY(!window.Visual->reportSource());
         QCOMPARE(window.Visual->pageCount(), 0);
-    }
-
-    void displayChoicesFollowTheWindow_data()
-    {
-        QTest::addColumn<QString>("choice");
-        QTest::addColumn<bool>("wholePage");
-        QTest::newRow("page width") << "Larg.Pág." << false;
-        QTest::newRow("whole page") << "Pág.Toda" << true;
-    }
-    void displayChoicesFollowTheWindow()
-    {
-        QFETCH(QString, choice);
-        QFETCH(bool, wholePage);
-        ReportViewer viewer(m_desktop);
-        viewer.addDisplayChoice(choice, 0);
-        viewer.setReportSource(sampleReport());
-        viewer.resize(900, 700);
-        viewer.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
-        viewer.Exibicao_Click(0);
-        for (const QSize size : {QSize(900, 700), QSize(600, 1000)}) {
-            viewer.resize(size);
-            QCoreApplication::processEvents();
-            const QSize room = viewer.Paginas->viewport()->size() - QSize(2, 2) * reports::PageView::Margin;
-            const QSize page = viewer.Paginas->pageRect(0).size();
-            const bool fitsAcross = page.width() <= room.width() && page.width() > room.width() - 12;
-            const bool fitsDown = page.height() <= room.height() && page.height() > room.height() - 12;
-            if (wholePage)
-                QVERIFY(page.width() <= room.width() && page.height() <= room.height()
-                    && (fitsAcross || fitsDown));
-            else
-                QVERIFY(fitsAcross);
-        }
-        viewer.zoomStep(1);
-        QCOMPARE(viewer.Exibicao->currentIndex(), -1);
     }
 
     void navigation_data()
@@ -210,160 +152,51 @@ private slots:
         row("wheel past the top and end", "box:3,up,down,up", "3,2,3,2");
         row("wheel within a page scrolls it", "box:3,up,up", "3,2,2");
         row("contents jump", "toc:1,toc:2,Back", "3,4,3");
+        row("find, case aside, wrapping", "find:VENDAS,ret,ret,ret",
+            "1,1 1 de 2 ocorrências,4 2 de 2 ocorrências,1 1 de 2 ocorrências");
+        row("find from the page in sight", "NextPage,find:vendas,ret,ret",
+            "2,2,4 2 de 2 ocorrências,1 1 de 2 ocorrências");
+        row("find, accents aside", "find:pao,ret,ret", "1,3 1 de 1 ocorrências,3 1 de 1 ocorrências");
+        row("find nothing", "box:3,find:xyz,ret", "3,3,3 Nenhuma ocorrência de “xyz”");
+        row("copy the page's text", "box:3,Copy", "3,3 Relatório : Mensal/Pão de queijo\t1.234,50/Página 3");
     }
     void navigation()
     {
         QFETCH(QString, steps);
-        QFETCH(QString, pages);
         ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport());
-        QCOMPARE(walk(viewer, steps), pages);
+        QTEST(walk(viewer, steps), "pages");
     }
 
-    void find_data()
-    {
-        QTest::addColumn<int>("from");
-        QTest::addColumn<QString>("text");
-        QTest::addColumn<QString>("pages"); // the page shown after each "next"
-        QTest::addColumn<QString>("result");
-        const auto row
-            = [](const char* name, int from, const char* text, const char* pages, const char* result) {
-                  QTest::newRow(name) << from << QString::fromUtf8(text) << QString::fromUtf8(pages)
-                                      << QString::fromUtf8(result);
-              };
-        row("case aside, wrapping", 0, "VENDAS", "1,4,1", "1 de 2 ocorrências");
-        row("from the page in sight", 1, "vendas", "4,1", "1 de 2 ocorrências");
-        row("accents aside", 0, "pao", "3,3", "1 de 1 ocorrências");
-        row("nothing", 2, "xyz", "3", "Nenhuma ocorrência de “xyz”");
-    }
-    void find()
-    {
-        QFETCH(int, from);
-        QFETCH(QString, text);
-        QFETCH(QString, pages);
-        QFETCH(QString, result);
-        ReportViewer viewer(m_desktop);
-        viewer.setReportSource(sampleReport());
-        viewer.goToPage(from);
-        viewer.tool(QStringLiteral("Find"))->trigger();
-        QVERIFY(!viewer.BarraLocalizar->isHidden());
-        viewer.TextoLocalizar->setText(text);
-        QStringList shown;
-        for (int i = 0; i < pages.count(QLatin1Char(',')) + 1; ++i) {
-            viewer.findNext();
-            shown << QString::number(viewer.currentPage() + 1);
-        }
-        QCOMPARE(shown.join(QLatin1Char(',')), pages);
-        QCOMPARE(viewer.ResultadoLocalizar->text(), result);
-    }
-
-    void keysInTheFindBarStayInIt()
-    {
-        Visualiza window(m_state, m_desktop);
-        window.RunReport(sampleReport());
-        window.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&window));
-        window.Visual->showFind();
-        window.Visual->TextoLocalizar->setText(QStringLiteral("vendas"));
-        QTest::keyClick(window.Visual->TextoLocalizar, Qt::Key_Return);
-        QTest::keyClick(window.Visual->TextoLocalizar, Qt::Key_Return);
-        QCOMPARE(window.Visual->ResultadoLocalizar->text(), QStringLiteral("2 de 2 ocorrências"));
-        QTest::keyClick(window.Visual->TextoLocalizar, Qt::Key_Escape);
-        QVERIFY(window.Visual->BarraLocalizar->isHidden());
-        QVERIFY(window.isVisible());
-    }
-
-    void copyGivesThePageText()
-    {
-        ReportViewer viewer(m_desktop);
-        viewer.setReportSource(sampleReport());
-        viewer.goToPage(2);
-        viewer.tool(QStringLiteral("Copy"))->trigger();
-        QCOMPARE(QApplication::clipboard()->text(),
-            QStringLiteral("Relatório : Mensal\nPão de queijo\t1.234,50\nPágina 3"));
-    }
-
-    void resizeKeepsTheViewerFilling_data()
-    {
-        QTest::addColumn<QSize>("size");
-        QTest::newRow("tiny") << QSize(1, 1);
-        QTest::newRow("small") << QSize(60, 40);
-        QTest::newRow("large") << QSize(900, 700);
-    }
-    void resizeKeepsTheViewerFilling()
-    {
-        QFETCH(QSize, size);
-        Visualiza window(m_state, m_desktop);
-        window.RunReport(sampleReport());
-        window.show();
-        window.resize(size);
-        QCoreApplication::processEvents();
-        QCOMPARE(window.Visual->geometry(), QRect(QPoint(0, 0), window.size()));
-    }
-
-    void multiplePagesPaintOnlyThoseInSight()
-    {
-        ReportViewer viewer(m_desktop);
-        viewer.setReportSource(sampleReport(300));
-        viewer.resize(900, 700);
-        viewer.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&viewer));
-        viewer.setMultiple(true);
-        viewer.goToPage(150);
-        viewer.Paginas->viewport()->repaint();
-        QVERIFY(viewer.Paginas->lastPaintedPages() > 0);
-        QVERIFY(viewer.Paginas->lastPaintedPages() <= 3 * viewer.Paginas->columns());
-        QVERIFY(viewer.Paginas->columns() >= 2);
-    }
-
-    void print_data()
-    {
-        QTest::addColumn<int>("range");
-        QTest::addColumn<int>("pages");
-        QTest::newRow("all") << int(QPrinter::AllPages) << 4;
-        QTest::newRow("two to three") << int(QPrinter::PageRange) << 2;
-        QTest::newRow("current") << int(QPrinter::CurrentPage) << 1;
-    }
-    void print()
-    {
-        QFETCH(int, range);
-        QFETCH(int, pages);
-        QTemporaryDir folder;
-        const QString output = folder.filePath(QStringLiteral("impresso.pdf"));
-        ReportViewer viewer(m_desktop);
-        viewer.setReportSource(sampleReport());
-        viewer.goToPage(1);
-        viewer.askPrinter = [&](QPrinter& printer) {
-            printer.setOutputFormat(QPrinter::PdfFormat);
-            printer.setOutputFileName(output);
-            printer.setPrintRange(QPrinter::PrintRange(range));
-            printer.setFromTo(2, 3);
-            return true;
-        };
-        QVERIFY(viewer.printReport());
-        QCOMPARE(pdfPages(output), pages);
-    }
-
-    void exportFiles_data()
+    // Printing, here into a PDF file, and the files the export tools write; "-" cancels the
+    // file box, and a failure shows a box titled after the tool.
+    void files_data()
     {
         QTest::addColumn<QString>("tool");
-        QTest::addColumn<QString>("chosen"); // under the temporary folder; "-" cancels
-        QTest::addColumn<QString>("filter");
+        QTest::addColumn<QString>("chosen"); // under the temporary folder
+        QTest::addColumn<QString>("filter"); // the file box's filter, or the print range
         QTest::addColumn<QString>("written");
-        QTest::addColumn<QByteArray>("start"); // the written file's first bytes, or the box's title
+        QTest::addColumn<QByteArray>(
+            "start"); // the written file's first bytes, or the box's title and reason
+        QTest::addColumn<int>("pages"); // in a written PDF
         const auto row = [](const char* name, const char* tool, const char* chosen, const char* filter,
-                             const char* written, const char* start) {
-            QTest::newRow(name) << tool << chosen << filter << written << QByteArray(start);
+                             const char* written, const char* start, int pages = 4) {
+            QTest::newRow(name) << tool << chosen << filter << written << QByteArray(start) << pages;
         };
+        row("print all", "Print", "p.pdf", "all", "p.pdf", "%PDF");
+        row("print pages two to three", "Print", "p.pdf", "range", "p.pdf", "%PDF", 2);
+        row("print the current page", "Print", "p.pdf", "current", "p.pdf", "%PDF", 1);
         row("pdf gets its ending", "ExportPdf", "rel", "", "rel.pdf", "%PDF");
-        row("pdf in a missing folder", "ExportPdf", "falta/rel.pdf", "", "", "Exportar PDF");
+        row("pdf in a missing folder", "ExportPdf", "falta/rel.pdf", "", "",
+            "Exportar PDF|aberto em outro programa.");
         row("pdf cancelled", "ExportPdf", "-", "", "", "");
         row("sheet as csv by filter", "ExportSheet", "rel", "Texto CSV (*.csv)", "rel.csv", "\xEF\xBB\xBF");
         row("sheet ending wins", "ExportSheet", "rel.xlsx", "Texto CSV (*.csv)", "rel.xlsx", "PK");
         row("sheet as xlsx by default", "ExportSheet", "rel", "", "rel.xlsx", "PK");
-        row("sheet in a missing folder", "ExportSheet", "falta/rel.csv", "", "", "Exportar planilha");
+        row("sheet in a missing folder", "ExportSheet", "falta/rel.csv", "", "",
+            "Exportar planilha|não existe.");
     }
-    void exportFiles()
+    void files()
     {
         QFETCH(QString, tool);
         QFETCH(QString, chosen);
@@ -373,23 +206,41 @@ private slots:
         QTemporaryDir folder;
         ReportViewer viewer(m_desktop);
         viewer.setReportSource(sampleReport());
+        viewer.goToPage(1);
+        viewer.askPrinter = [&](QPrinter& printer) {
+            printer.setOutputFormat(QPrinter::PdfFormat);
+            printer.setOutputFileName(folder.filePath(chosen));
+            printer.setPrintRange(filter == u"all" ? QPrinter::AllPages
+                    : filter == u"range"           ? QPrinter::PageRange
+                                                   : QPrinter::CurrentPage);
+            printer.setFromTo(2, 3);
+            return true;
+        };
         viewer.askFileName = [&](const QString&, const QString&, const QString&, QString* picked) {
             if (picked && !filter.isEmpty())
                 *picked = filter;
             return chosen == u"-" ? QString() : folder.filePath(chosen);
         };
         viewer.tool(tool)->trigger();
-        QStringList titles;
+        QStringList boxes;
         for (const test::Box& box : m_desktop.boxes)
-            titles << box.title;
-        if (written.isEmpty()) {
-            QCOMPARE(titles.join(QLatin1Char('|')), QString::fromUtf8(start));
+            boxes << box.title + u'|' + box.prompt;
+        if (written.isEmpty()) { // a failure leaves nothing behind
+            QCOMPARE(QDir(folder.path()).entryList(QDir::NoDotAndDotDot | QDir::AllEntries), QStringList());
+            QCOMPARE(boxes.size(), start.isEmpty() ? 0 : 1);
+            QVERIFY(boxes.isEmpty()
+                || (boxes[0].startsWith(start.split('|')[0]) && boxes[0].endsWith(start.split('|')[1])));
             return;
         }
-        QCOMPARE(titles, QStringList());
+        QCOMPARE(boxes, QStringList());
         QFile file(folder.filePath(written));
         QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(file.readAll().startsWith(start));
+        const QByteArray bytes = file.readAll();
+        QVERIFY(bytes.startsWith(start));
+        if (start == "%PDF")
+            QTEST(int(QString::fromLatin1(bytes).count(
+                      QRegularExpression(QStringLiteral("/Type\\s*/Page[^s]")))),
+                "pages");
     }
 };
 

@@ -9,14 +9,18 @@
 
 namespace varemo::test {
 
-// A company with the program's state pointing at it, as the search window finds it.
-struct SearchCompany {
-    explicit SearchCompany(TestCompany::Seed seed = TestCompany::Seed::Small, const QStringList& changes = {})
+// A company with the program's state open on it, as the program's windows find it; `changes`
+// are SQLite statements run on the file first (empty ones skipped).
+struct OpenCompany {
+    explicit OpenCompany(const QStringList& changes = {}, TestCompany::Seed seed = TestCompany::Seed::Small)
         : company(seed)
     {
-        for (const QString& statement : changes)
-            company.exec(statement);
+        for (const QString& statement : changes) {
+            if (!statement.trimmed().isEmpty())
+                company.exec(statement);
+        }
         company.closeSql();
+        state.programFolder = company.programFolder();
         state.dataFolder = company.dataFolder();
         state.database = Database::open(company.databasePath());
     }
