@@ -1,12 +1,9 @@
-#include "editor/contasfixture.h"
 #include "editor/tree.h"
 #include "reports/arvrelat.h"
 #include "search/searchfixture.h"
 #include "support/testregistry.h"
 
 #include <QLineEdit>
-#include <QListWidget>
-#include <QSqlQuery>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -15,21 +12,20 @@ using namespace varemo::test;
 
 namespace {
 
-const QString Question = QStringLiteral("Gravar Relatório");
 const QString Reports = QStringLiteral("1 Resultado Mensal|2 Despesas Fixas");
 // The seeded definition 1, and a second one that no save of the first may touch.
 const QString SeedItems
     = QStringLiteral("1 N0 2 2|1 N1 3 3|1 N2 5 3|1 N3 5 3|1 N3 6 3|1 N4 6 3|1 N4 7 3|1 N4 8 3|2 N4 7 3");
 
-// The marked nodes in walk order, "NI=A+ 2N0=T"; with `open`, the expanded ones too ("+").
-QString marked(QTreeWidget* tree, bool open = true)
+// The marked nodes in walk order and the expanded ones ("+"): "NI=A+ 2N0=T".
+QString marked(QTreeWidget* tree)
 {
     QStringList out;
-    walkTree(tree->topLevelItem(0), [&out, open](QTreeWidgetItem* node) {
+    walkTree(tree->topLevelItem(0), [&out](QTreeWidgetItem* node) {
         const QString image = nodeImage(node) == QLatin1String("Nenhum")
             ? QString()
             : QLatin1Char('=') + nodeImage(node).at(0);
-        const bool shown = open && node->isExpanded();
+        const bool shown = node->isExpanded();
         if (!image.isEmpty() || shown)
             out << nodeKeyOf(node) + image + (shown ? QStringLiteral("+") : QString());
     });
@@ -171,42 +167,14 @@ private slots:
         QCOMPARE(asked.prompt + QString::number(asked.buttons) + asked.title,
             QStringLiteral("Deseja gravar este relatório?36Gravar Relatório"));
         QCOMPARE(opened.desktop.boxes.size(), refusal.isEmpty() ? 1 : 2);
-        QCOMPARE(opened.desktop.boxes.last().title, refusal.isEmpty() ? Question : refusal);
+        QCOMPARE(opened.desktop.boxes.last().title,
+            refusal.isEmpty() ? QStringLiteral("Gravar Relatório") : refusal);
         QCOMPARE(opened.reports(), reports.isEmpty() ? Reports : reports);
         QCOMPARE(opened.items(), items.isEmpty() ? SeedItems : items);
         // Once written, the window edits what it wrote.
         const bool written = answer == vb::Yes && refusal.isEmpty();
         QCOMPARE(opened.window->Modo, written ? 2 : mode);
         QCOMPARE(opened.window->CodigoRelatorio, written && mode == 1 ? 3 : mode == 2 ? 1 : 0);
-    }
-
-    // From the report list: a new definition is listed and chosen at once with its marks in
-    // the main tree; editing it opens those marks again, their branches expanded.
-    void roundTripFromTheReportList()
-    {
-        LoadedContas contas;
-        contas.window->tool_click(QStringLiteral("ID_Relatorios"));
-        contas.desktop.setNextModal([&](QWidget& window) {
-            auto& definition = static_cast<ArvRelat&>(window);
-            definition.Nome->setText(QStringLiteral("Custos"));
-            click(definition, QStringLiteral("6N4 8N4 1N3"));
-            contas.desktop.setNextAnswer(vb::Yes);
-            definition.BotaoEscolha_Click(0);
-        });
-        contas.window->tool_click(QStringLiteral("ID_Incluir"));
-        const QString saved = QStringLiteral(
-            "NI=A+ 2N0=A+ 3N1=A+ 5N2=A+ 5N3=A+ 6N4=T 6N3=T+ 8N4=T 1N0=A+ 1N1=A+ 1N2=T+ 1N3=T+ 2N4=T 1N4=T");
-        QCOMPARE(contas.window->Relatos->currentItem()->text(), QStringLiteral("Custos"));
-        QCOMPARE(contas.window->CodigoRelatorio, 2);
-        QCOMPARE(marked(contas.window->Arvore, false), QString(saved).remove(QLatin1Char('+')));
-        QString reread;
-        contas.desktop.setNextModal([&](QWidget& window) {
-            auto& definition = static_cast<ArvRelat&>(window);
-            reread = definition.windowTitle() + QLatin1Char(' ') + definition.Nome->text() + QLatin1Char(' ')
-                + marked(definition.Arvore);
-        });
-        contas.window->tool_click(QStringLiteral("ID_Alterar"));
-        QCOMPARE(reread, QStringLiteral("Relatório - Escolha os Itens Custos ") + saved);
     }
 };
 

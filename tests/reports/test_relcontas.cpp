@@ -154,16 +154,11 @@ private slots:
 
     // Wherever the page breaks fall: a heading is never the last name on its page, a page
     // opening inside a group names it, every page has its number, amounts share one edge.
-    void pages_data()
-    {
-        QTest::addColumn<bool>("numbers");
-        QTest::newRow("names only") << false;
-        QTest::newRow("with amounts") << true;
-    }
     void pages()
     {
-        QFETCH(bool, numbers);
-        for (int before = 0; before < 60; before += 3) {
+        for (int layout = 0; layout < 40; ++layout) {
+            const bool numbers = layout % 2;
+            const int before = layout / 2 * 3;
             const Table table = longTable(before, numbers);
             QHash<QString, int> line, headingLevel;
             for (const Line& each : table.lines) {
@@ -192,7 +187,8 @@ private slots:
                 }
                 const bool inside
                     = headingLevel.value(first->text, 4) > 0 && line.value(first->text) >= before;
-                const QString where = QStringLiteral("page %1 after %2").arg(p + 1).arg(before);
+                const QString where
+                    = QStringLiteral("page %1 after %2, %3").arg(p + 1).arg(before).arg(numbers);
                 QVERIFY2(footer && !headingLevel.contains(last->text), qPrintable(where));
                 QVERIFY2(continued == (p > 0 && inside), qPrintable(where));
             }

@@ -1,7 +1,6 @@
 #include "data/database.h"
 #include "data/generator.h"
 #include "reports/totals.h"
-#include "search/searchfixture.h"
 #include "support/company.h"
 #include "support/testregistry.h"
 
@@ -107,55 +106,6 @@ private slots:
             }
         }
         QVERIFY(counted > 0); // a period that counts nothing would prove nothing
-    }
-
-    // Known totals of the seeded company, through both ways, and the statement each leaves.
-    void seededTotals_data()
-    {
-        QTest::addColumn<QString>("names");
-        QTest::addColumn<QString>("totals"); // money and quantity
-        QTest::addColumn<QString>("keys"); // the statement's code, sector and kind
-        QTest::newRow("product, both ends, a non-sale skipped")
-            << "Receitas>Receitas Clientes>Vendas Produtos>Pães>Pão francês"
-            << "70 140"
-            << "1 1 True";
-        QTest::newRow("sales group under another sector")
-            << "Receitas>Receitas Financeiras>Vendas Produtos>Aplicações>CDB"
-            << "120 1"
-            << "9 4 False";
-        QTest::newRow("raw material bought")
-            << "Despesas>Despesas Fornecedores>Fornecedores Insumos>Farinhas>Farinha de trigo"
-            << "300 2"
-            << "3 2 True";
-    }
-    void seededTotals()
-    {
-        QFETCH(QString, names);
-        QFETCH(QString, totals);
-        QFETCH(QString, keys);
-        test::OpenCompany fx;
-        Database& database = *fx.state.database;
-        const bool sales = names.startsWith(QStringLiteral("Receitas"));
-        QString sql = QStringLiteral(
-            "SELECT SUM(PrecoUnit*QdeComprada) as Somatoria, SUM(QdeComprada) as Qtde FROM VendaProdutos "
-            "INNER JOIN Venda ON VendaProdutos.Codigo = Venda.Codigo WHERE (DataDocumento BETWEEN "
-            "#03/01/2026# AND #03/31/2026#) AND Venda = True AND VendaProdutos.CodigoProduto = %1 AND "
-            "VendaProdutos.CodigoSetor = %2 AND VendaProdutos.Produto = %3;");
-        if (!sales) // the purchases' statement has no test of the document's kind
-            sql = sql.remove(QStringLiteral("Venda = True AND "))
-                      .replace(QStringLiteral("Venda"), QStringLiteral("Compra"));
-        const QStringList n = names.split(QLatin1Char('>'));
-        const ItemPath item {n[0], n[1], n[2], n[3], n[4]};
-        QString built = QStringLiteral("left over");
-        const Totals one = sales ? SomaVendas(database, built, item, March1, March31)
-                                 : SomaCompras(database, built, item, March1, March31);
-        const Totals bulk
-            = periodTotals(database, sales ? Movement::Sales : Movement::Purchases, {item}, March1, March31)
-                  .at(0);
-        const QStringList k = keys.split(QLatin1Char(' '));
-        QCOMPARE(built, sql.arg(k[0], k[1], k[2]));
-        QCOMPARE(QStringLiteral("%1 %2").arg(one.money).arg(one.quantity), totals);
-        QCOMPARE(QStringLiteral("%1 %2").arg(bulk.money).arg(bulk.quantity), totals);
     }
 };
 

@@ -28,31 +28,6 @@ class TestMarking : public QObject {
     Q_OBJECT
 
 private slots:
-    void statementTexts_data()
-    {
-        QTest::addColumn<QString>("actual");
-        QTest::addColumn<QString>("expected");
-        const QString chain = test::itemChainJoin();
-        QTest::newRow("marcador Not Like") << search::markerSql(1, QStringLiteral("Not Like"),
-            QStringLiteral("a b")) << chain + QStringLiteral("WHERE NivelCategoria1.Nome Not Like '*a b*';");
-        const auto plan
-            = [](const char* rows) { return search::planSearch(rowsOf(QString::fromUtf8(rows))); };
-        QTest::newRow("um critério") << plan("Item|contenha|x").combiningSql()
-                                     << QStringLiteral(
-                                            "UPDATE Procura SET Marca = TRUE WHERE Marca1 = True ");
-        QTest::newRow("três critérios")
-            << plan("Item|contenha|x;Setor|contenha|y|e o;Grupo|contenha|z|ou").combiningSql()
-            << QStringLiteral("UPDATE Procura SET Marca = TRUE WHERE Marca1 = True  AND "
-                              "Marca2 = True OR Marca3 = True");
-    }
-
-    void statementTexts()
-    {
-        QFETCH(QString, actual);
-        QFETCH(QString, expected);
-        QCOMPARE(actual, expected);
-    }
-
     // The items each search marks; the row-by-row markers leave the very same scratch table. On
     // the demo company ("?": not pinned), items whose chain breaks compare Null above the break.
     void marksItems_data()
