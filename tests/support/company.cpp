@@ -20,11 +20,10 @@ namespace varemo::test {
 
 namespace {
 
-// The small company: every rule of the chart has a row to bite on. Two categories (Receitas
-// is code 1) and one without children; the four special groups with lines and products, one
-// of them repeated under an ordinary sector; locked, unlocked and Null Travado; a
-// product-linked item beside a typed one; accented names; sales concluded and not, purchases
-// of products and of items; a line without products and a line and product without a name.
+// Every rule of the chart has a row to bite on: a category without children; the four special
+// groups, one repeated under an ordinary sector; locked, unlocked and Null Travado; tied and
+// typed items; accents; sales concluded and not; purchases of products and of items; a line
+// without products; a line and a product without a name.
 const char* const smallSeed = R"(
 INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo)
     VALUES ('  Padaria Teste Ltda  ', 0, 1, 0);
@@ -78,11 +77,6 @@ INSERT INTO RelatorioItens (CodigoRelatorio, Nivel, CodigoConta, Imagem) VALUES
     (1, 'N4', 6, 3), (1, 'N4', 7, 3), (1, 'N4', 8, 3);
 )";
 
-const char* const emptySeed = R"(
-INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo)
-    VALUES ('Empresa Vazia Ltda', 0, 1, 0);
-)";
-
 // Plain copies: QFile::copy flushes every file to disk, too slow for a fixture made per test.
 void copyTree(const QString& from, const QString& to)
 {
@@ -105,10 +99,9 @@ void seedDatabase(const QString& path, const char* seedSql)
         schema::create(db);
         QSqlQuery query(db);
         const auto statements = QString::fromUtf8(seedSql).split(QLatin1Char(';'), Qt::SkipEmptyParts);
-        for (const auto& statement : statements) {
+        for (const auto& statement : statements)
             if (!statement.trimmed().isEmpty() && !query.exec(statement))
                 qFatal("TestCompany: seed failed: %s", qPrintable(query.lastError().text()));
-        }
         db.commit();
         db.close();
     }
@@ -143,7 +136,10 @@ TestCompany::TestCompany(Seed seed)
         copyTree(built + QStringLiteral("/Ajuda"), programFolder() + QStringLiteral("Ajuda/"));
     }
 
-    seedDatabase(databasePath(), seed == Seed::Small ? smallSeed : emptySeed);
+    seedDatabase(databasePath(),
+        seed == Seed::Small ? smallSeed
+                            : "INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo) VALUES "
+                              "('Empresa Vazia Ltda', 0, 1, 0)");
     if (onServer())
         moveToServer();
 }
@@ -202,9 +198,8 @@ QString TestCompany::serverPosition()
     return position.value(0).toString();
 }
 
-// The checks are written in SQLite's words: on the server they run on the file. Whichever
-// side changed since the last sync is copied onto the other: the file when a test wrote it
-// directly (a generator, a direct statement), else the server when the program wrote it.
+// The checks are in SQLite's words and run on the file: whichever side changed since the last
+// sync is copied onto the other (the file when a test wrote it, the server when the program did).
 void TestCompany::sync()
 {
     if (m_serverDatabase.isEmpty())
@@ -231,14 +226,12 @@ void TestCompany::sync()
     m_serverPosition = serverPosition();
 }
 
-// A test's BEGIN holds the server's tables against writers, as BEGIN IMMEDIATE holds the
-// file; its ROLLBACK or COMMIT ends that.
+// A test's BEGIN holds the server's tables as SQLite's would hold the file, until its ROLLBACK.
 bool TestCompany::serverTransaction(const QString& statement)
 {
     const QString word = statement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
     QSqlQuery query(serverSql());
     if (word == QLatin1String("BEGIN")) {
-        // SQLite's locks as the server's: a reader's shared lock, a writer's, an exclusive one.
         const QString mode = statement.contains(QLatin1String("EXCLUSIVE"), Qt::CaseInsensitive)
             ? QStringLiteral("ACCESS EXCLUSIVE")
             : statement.contains(QLatin1String("IMMEDIATE"), Qt::CaseInsensitive)
@@ -270,31 +263,6 @@ TestCompany::~TestCompany()
         QSqlDatabase::removeDatabase(m_connection + QStringLiteral("-server"));
         PgServer::instance().dropDatabase(m_serverDatabase);
     }
-}
-
-QString TestCompany::root() const
-{
-    return m_dir.path() + QLatin1Char('/');
-}
-
-QString TestCompany::programFolder() const
-{
-    return root() + QStringLiteral("programa/");
-}
-
-QString TestCompany::dataFolder() const
-{
-    return root() + QStringLiteral("empresa/");
-}
-
-QString TestCompany::databasePath() const
-{
-    return dataFolder() + QStringLiteral("Dados/empresa.mdb");
-}
-
-QString TestCompany::errorLogPath() const
-{
-    return dataFolder() + QStringLiteral("Dados/Erros.txt");
 }
 
 QSqlDatabase TestCompany::sql()

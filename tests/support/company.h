@@ -10,37 +10,34 @@
 
 namespace varemo::test {
 
-// A whole installation in a temporary folder, as the suite lays it out: a program folder
-// (Caminho.dad naming the data folder, Sons/, Ajuda/) and a data folder (Empresa.ini,
-// Dados/empresa.mdb made with our schema and a small seeded chart, products, sales and
-// purchases, two saved report definitions). Removed with the object. With
-// VAREMO_TEST_ENGINE=postgresql the seeded company is then laid onto a fresh database of the
-// test process's PostgreSQL server and Empresa.ini names it, so the program opens it there.
+// A whole installation in a temporary folder, removed with the object: a program folder
+// (Caminho.dad, Sons/, Ajuda/) and a data folder (Empresa.ini, Dados/empresa.mdb seeded). With
+// VAREMO_TEST_ENGINE=postgresql the company is then copied to a fresh database of the test
+// process's PostgreSQL server and Empresa.ini names it, so the program opens it there.
 class TestCompany {
 public:
-    // Small: a compact chart known row by row (see company.cpp); Empty: the tables and the
-    // company row only; Demo: the demo bakery with its year of movements up to demoToday().
+    // Small: a chart known row by row (company.cpp); Empty: the company row only; Demo: the
+    // demo bakery with its year of movements up to demoToday().
     enum class Seed { Small, Empty, Demo };
     explicit TestCompany(Seed seed = Seed::Small);
-
     // The last day of the demo's movements, fixed so that report totals are repeatable.
     static QDate demoToday() { return QDate(2026, 3, 31); }
     ~TestCompany();
     TestCompany(const TestCompany&) = delete;
     TestCompany& operator=(const TestCompany&) = delete;
 
-    QString root() const; // the temporary folder, ending in "/"
-    QString programFolder() const; // ends in "/"
-    QString dataFolder() const; // ends in "/"
-    QString databasePath() const;
-    QString errorLogPath() const; // the suite's shared log, Dados/Erros.txt
+    // Folders end in "/".
+    QString root() const { return m_dir.path() + QLatin1Char('/'); }
+    QString programFolder() const { return root() + QStringLiteral("programa/"); }
+    QString dataFolder() const { return root() + QStringLiteral("empresa/"); }
+    QString databasePath() const { return dataFolder() + QStringLiteral("Dados/empresa.mdb"); }
+    QString errorLogPath() const { return dataFolder() + QStringLiteral("Dados/Erros.txt"); }
 
     // The server database the company lives in, empty when it lives in its file.
     QString serverDatabase() const { return m_serverDatabase; }
 
-    // A direct connection to the file for checks, outside the program's data layer. With the
-    // company on a server, scalar() and exec() keep the file and the server alike, so the
-    // same checks hold on both.
+    // A direct connection to the file for checks, outside the program's data layer. On a
+    // server, scalar() and exec() keep the file and the server alike: the checks hold on both.
     QSqlDatabase sql();
     QVariant scalar(const QString& sqliteQuery);
     int count(const QString& sqliteQuery) { return scalar(sqliteQuery).toInt(); }
@@ -67,8 +64,7 @@ private:
 // The items joined to their four levels above, as the item page reads them; ends in a blank.
 QString itemChainJoin();
 
-// Whole files, for tests that read or damage an installation's files. A file that cannot be
-// written stops the run; one that cannot be read reads empty.
+// Whole files. A file that cannot be written stops the run; one that cannot be read reads empty.
 QByteArray readFile(const QString& path);
 void writeFile(const QString& path, const QByteArray& contents);
 

@@ -28,6 +28,15 @@ void shell(const QString& command)
         qFatal("PgServer: failed: %s", qPrintable(command));
 }
 
+void stop(const QString& prefix, const QString& bin, const QString& folder)
+{
+    std::system(QStringLiteral("%1%2/pg_ctl -D %3/data -m immediate -s stop > /dev/null 2>&1")
+                    .arg(prefix, bin, folder)
+                    .toLocal8Bit()
+                    .constData());
+    QDir(folder).removeRecursively();
+}
+
 // A test process that died (an abort, a crash) never stopped its server: the next one does,
 // recognising it by the process id the folder was made for.
 void stopOrphans(const QString& bin)
@@ -42,12 +51,7 @@ void stopOrphans(const QString& bin)
         const pid_t pid = owner.readAll().trimmed().toInt();
         if (pid <= 0 || kill(pid, 0) == 0 || errno != ESRCH)
             continue;
-        const QString prefix = geteuid() == 0 ? QStringLiteral("runuser -u postgres -- ") : QString();
-        std::system(QStringLiteral("%1%2/pg_ctl -D %3/data -m immediate -s stop > /dev/null 2>&1")
-                        .arg(prefix, bin, path)
-                        .toLocal8Bit()
-                        .constData());
-        QDir(path).removeRecursively();
+        stop(geteuid() == 0 ? QStringLiteral("runuser -u postgres -- ") : QString(), bin, path);
     }
 }
 
@@ -95,11 +99,7 @@ PgServer::PgServer()
 
 PgServer::~PgServer()
 {
-    std::system(QStringLiteral("%1%2/pg_ctl -D %3/data -m immediate -s stop > /dev/null 2>&1")
-                    .arg(m_prefix, binaries(), m_folder)
-                    .toLocal8Bit()
-                    .constData());
-    QDir(m_folder).removeRecursively();
+    stop(m_prefix, binaries(), m_folder);
 }
 
 // Runs statements on one database of the server, through a connection of its own.
