@@ -80,49 +80,43 @@ private slots:
         QVERIFY(!QFile::exists(company.errorLogPath()));
     }
 
-    // The first line names the data folder whatever the file's text encoding and line end;
-    // an empty one leaves the files to be found from the current folder. The program folder
-    // may come without its closing separator.
+    // The first line names the data folder, in the Windows code page the other modules write
+    // or in UTF-8, whatever its line end; an empty one leaves the files to be found from the
+    // current folder. The program folder may come without its closing separator.
     void caminhoDad_data()
     {
-        QTest::addColumn<QByteArray>("encoding");
+        QTest::addColumn<QByteArray>("content"); // "%R": the installation's root
         QTest::addColumn<bool>("fromDataFolder"); // the current folder when Caminho.dad is read
         QTest::addColumn<bool>("starts");
-        QTest::newRow("utf-8, accented folder, CR LF") << QByteArray("utf8") << false << true;
-        QTest::newRow("windows-1252, accented folder") << QByteArray("cp1252") << false << true;
-        QTest::newRow("lone LF and a second line") << QByteArray("lf") << false << true;
-        QTest::newRow("empty, run from the data folder") << QByteArray("empty") << true << true;
-        QTest::newRow("empty, run from elsewhere") << QByteArray("empty") << false << false;
+        QTest::newRow("windows-1252, CR LF") << QByteArray("%R\xC1rea Cont\xE1"
+                                                           "bil/\r\n")
+                                             << false << true;
+        QTest::newRow("utf-8, lone LF and a second line")
+            << QStringLiteral("%RÁrea Contábil/\n/outra/pasta/\n").toUtf8() << false << true;
+        QTest::newRow("empty, run from the data folder") << QByteArray() << true << true;
+        QTest::newRow("empty, run from elsewhere") << QByteArray() << false << false;
     }
     void caminhoDad()
     {
-        QFETCH(QByteArray, encoding);
+        QFETCH(QByteArray, content);
         QFETCH(bool, fromDataFolder);
         QFETCH(bool, starts);
         test::TestCompany company;
         company.closeSql();
-        const QString accented = company.root() + QStringLiteral("Área Contábil");
-        QVERIFY(QFile::link(company.dataFolder(), accented));
-        QString expected = encoding == "empty" ? QString() : accented + u'/';
-        QByteArray line = expected.toUtf8() + "\r\n";
-        if (encoding == "cp1252")
-            line = company.root().toUtf8()
-                + "\xC1rea Cont\xE1"
-                  "bil/\r\n";
-        else if (encoding == "lf")
-            line = expected.toUtf8() + "\n/outra/pasta/\n";
-        test::writeFile(company.programFolder() + QStringLiteral("Caminho.dad"), line);
+        const QString accented = company.root() + QStringLiteral("Área Contábil/");
+        QVERIFY(QFile::link(company.dataFolder(), accented.chopped(1)));
+        test::writeFile(company.programFolder() + QStringLiteral("Caminho.dad"),
+            content.replace("%R", company.root().toUtf8()));
         QVERIFY(QDir::setCurrent(fromDataFolder ? company.dataFolder() : company.root()));
-
         AppState state;
         test::FakeDesktop desktop;
         const auto window = start(company.programFolder().chopped(1), state, desktop);
-        QCOMPARE(state.dataFolder, expected);
+        QCOMPARE(state.dataFolder, content.isEmpty() ? QString() : accented);
         QCOMPARE(window != nullptr, starts);
         if (!starts)
             return;
-        QCOMPARE(state.programFolder, company.programFolder());
-        QCOMPARE(state.companyName, QStringLiteral("Padaria Teste Ltda"));
+        QCOMPARE(state.programFolder + u'|' + state.companyName,
+            company.programFolder() + QStringLiteral("|Padaria Teste Ltda"));
         QVERIFY(state.database && state.database->isOpen());
         QCOMPARE(QDir::currentPath(), QDir(company.dataFolder() + QStringLiteral("Dados")).canonicalPath());
         QVERIFY(desktop.boxes.isEmpty());

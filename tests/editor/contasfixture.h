@@ -7,7 +7,10 @@
 #include "support/company.h"
 #include "support/fakedesktop.h"
 
+#include <QPushButton>
 #include <QStringList>
+#include <QTabWidget>
+#include <QTest>
 
 #include <memory>
 
@@ -34,9 +37,8 @@ private:
 // The main window loaded on a seeded test company, as start-up leaves it (not shown).
 // `changes` are SQLite statements run on the company file before the load.
 struct LoadedContas {
-    explicit LoadedContas(const QStringList& changes = {}, TestCompany::Seed seed = TestCompany::Seed::Small)
-        : company(seed)
-        , desktop(state)
+    explicit LoadedContas(const QStringList& changes = {})
+        : desktop(state)
     {
         for (const QString& statement : changes)
             company.exec(statement);
@@ -51,30 +53,71 @@ struct LoadedContas {
     }
 
     // Forgets what the load itself asked of the desktop.
-    void clearCalls()
-    {
-        desktop.boxes.clear();
-        desktop.sounds.clear();
-        desktop.helpContexts.clear();
-        desktop.modulesStarted.clear();
-        desktop.modalWindows.clear();
-        desktop.placementsSaved.clear();
-        desktop.mailsSent = 0;
-    }
+    void clearCalls() { static_cast<FakeDesktop&>(desktop) = FakeDesktop(); }
 
-    // The title of the first box shown, empty when none was.
     QString firstBoxTitle() const { return desktop.boxes.isEmpty() ? QString() : desktop.boxes[0].title; }
 
     // Types one name into each selector, from the category down.
     void typePath(const QStringList& names)
     {
-        for (std::size_t level = 0; level < 5 && level < std::size_t(names.size()); ++level)
-            window->Combo[level]->setText(names[qsizetype(level)]);
+        for (qsizetype level = 0; level < 5 && level < names.size(); ++level)
+            window->Combo[std::size_t(level)]->setText(names[level]);
     }
 
-    int rows(const QString& table)
+    // Runs space-separated steps: "ID_..." a command, "m3" Movimento 3, "f3" MoveFiltro 3,
+    // "n2N4" a click on that tree node, "t1" a click on that tab, "h3" the report of 3 search
+    // hits; "*N" after a step repeats it N times.
+    void play(const QString& steps)
     {
-        return state.database->scalar(QStringLiteral("SELECT COUNT(*) FROM ") + table).toInt();
+        for (const QString& word : steps.split(u' ', Qt::SkipEmptyParts)) {
+            const QString step = word.section(u'*', 0, 0);
+            const QString arg = step.mid(1);
+            for (int n = word.contains(u'*') ? word.section(u'*', 1).toInt() : 1; n > 0; --n) {
+                if (step.startsWith(u"ID_"))
+                    window->tool_click(step);
+                else if (step[0] == u'm')
+                    window->Movimento_Click(arg.toInt());
+                else if (step[0] == u'f')
+                    window->MoveFiltro_Click(arg.toInt());
+                else if (step[0] == u'n')
+                    window->Arvore_NodeClick(window->node(arg));
+                else if (step[0] == u'h')
+                    window->RelatorioEncontrados(arg.toInt());
+                else if (step[0] == u't') {
+                    Q_EMIT window->Pasta->tabBarClicked(arg.toInt());
+                    window->Pasta->setCurrentIndex(arg.toInt());
+                    QTest::qWait(1);
+                } else
+                    qFatal("unknown step %s", qPrintable(step));
+            }
+        }
+    }
+
+    // What the window shows: tab, level, record counter, the current row's parent and name,
+    // the hit being walked with the hit buttons that are on, and the titles of boxes shown.
+    QString screen() const
+    {
+        const auto level = std::size_t(window->NivelAtual);
+        const auto& page = level == 4 ? window->Combo : window->Texto;
+        QString seen = QStringLiteral("%1 %2 %3 %4/%5")
+                           .arg(window->Pasta->currentIndex())
+                           .arg(level)
+                           .arg(window->Status->panelText(StatusBar::Record),
+                               level > 0 ? page[level - 1]->text() : QString(), page[level]->text());
+        QString buttons;
+        for (const QPushButton* button : window->MoveFiltro)
+            buttons += button->isEnabled() ? u'1' : u'0';
+        if (buttons.contains(u'1'))
+            seen += QStringLiteral(" hit %1/%2 %3")
+                        .arg(window->HitAtual)
+                        .arg(window->Encontrados)
+                        .arg(buttons);
+        QStringList titles;
+        for (const Box& box : desktop.boxes)
+            titles << box.title;
+        if (!titles.isEmpty())
+            seen += QStringLiteral(" [") + titles.join(u',') + u']';
+        return seen;
     }
 
     TestCompany company;

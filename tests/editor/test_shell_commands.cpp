@@ -1,45 +1,18 @@
 #include "app/modules.h"
 #include "contasfixture.h"
-#include "editor/widgets.h"
 #include "support/testregistry.h"
 
 #include <QAction>
 #include <QMenu>
-#include <QTest>
 
-using varemo::Contas;
 using varemo::StatusBar;
 using varemo::test::LoadedContas;
-
-namespace {
-
-const QStringList RecordKeys
-    = {QStringLiteral("ID_Incluir"), QStringLiteral("ID_Alterar"), QStringLiteral("ID_Excluir")};
-
-QList<QAction*> actionsNamed(const Contas& window, const QString& key)
-{
-    QList<QAction*> found;
-    for (QAction* act : window.findChildren<QAction*>()) {
-        if (act->objectName() == key)
-            found << act;
-    }
-    return found;
-}
-
-QStringList panels(const Contas& window)
-{
-    QStringList texts;
-    for (int i = 0; i < StatusBar::PanelCount; ++i)
-        texts << window.Status->panelText(i);
-    return texts;
-}
-
-} // namespace
 
 class TestShellCommands : public QObject {
     Q_OBJECT
 
 private slots:
+    // Each key is one action; its tooltip and message follow whether the report list is up.
     void everyKeyIsOneActionWithItsTooltips_data()
     {
         QTest::addColumn<QString>("key");
@@ -47,9 +20,8 @@ private slots:
         QTest::addColumn<QString>("report");
         const auto row = [](const char16_t* key, const char16_t* record, const char16_t* report = u"") {
             const QString recordText = QString::fromUtf16(record);
-            const QString reportText = *report ? QString::fromUtf16(report) : recordText;
-            QTest::newRow(QString::fromUtf16(key).toUtf8().constData())
-                << QString::fromUtf16(key) << recordText << reportText;
+            QTest::newRow(QString::fromUtf16(key).toUtf8().constData()) << QString::fromUtf16(
+                key) << recordText << (*report ? QString::fromUtf16(report) : recordText);
         };
         row(u"ID_Incluir", u"Incluir novo registro", u"Incluir novo relatório");
         row(u"ID_Alterar", u"Alterar o registro corrente", u"Editar o relatório selecionado");
@@ -85,105 +57,94 @@ private slots:
         QFETCH(QString, record);
         QFETCH(QString, report);
         LoadedContas fx;
-        QCOMPARE(actionsNamed(*fx.window, key).size(), 1);
-        QCOMPARE(fx.window->tooltip_for(key), record);
-        QCOMPARE(fx.window->Status->panelText(StatusBar::Message), record);
-
-        fx.window->tool_click(QStringLiteral("ID_Relatorios"));
-        QVERIFY(fx.window->reportsVisible());
+        QCOMPARE(fx.window->findChildren<QAction*>(key).size(), 1);
+        const QString tip = fx.window->tooltip_for(key); // and the message it leaves
+        QCOMPARE(tip + fx.window->Status->panelText(StatusBar::Message), record + record);
+        fx.play(QStringLiteral("ID_Relatorios"));
         fx.clearCalls();
-        actionsNamed(*fx.window, key)[0]->hover();
+        fx.window->action(key)->hover();
         QCOMPARE(fx.desktop.sounds, QList<int> {6});
-        QCOMPARE(actionsNamed(*fx.window, key)[0]->toolTip(), report);
-        QCOMPARE(fx.window->tooltip_for(key), report);
-        QCOMPARE(fx.window->Status->panelText(StatusBar::Message), report);
-
+        QCOMPARE(fx.window->action(key)->toolTip() + fx.window->Status->panelText(StatusBar::Message),
+            report + report);
         fx.window->hideReportList();
         QCOMPARE(fx.window->tooltip_for(key), record);
     }
 
-    void ownModuleIsTheOnlyDisabledEntry()
-    {
-        LoadedContas fx;
-        for (int number = 1; number <= 10; ++number) {
-            QAction* act = fx.window->action(QStringLiteral("ID_Modulo%1").arg(number));
-            QCOMPARE(act->isEnabled(), number != 2);
-        }
-        fx.clearCalls();
-        fx.window->action(QStringLiteral("ID_Modulo2"))->trigger();
-        fx.window->tool_click(QStringLiteral("ID_Modulo2"));
-        QVERIFY(fx.desktop.modulesStarted.isEmpty());
-        QVERIFY(fx.state.database);
-    }
-
-    void unknownKeyDoesNothing_data()
-    {
-        QTest::addColumn<QString>("key");
-        QTest::newRow("no such key") << QStringLiteral("ID_Nada");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("menu group") << QStringLiteral("ID_Editar");
-        QTest::newRow("module 0") << QStringLiteral("ID_Modulo0");
-        QTest::newRow("module 11") << QStringLiteral("ID_Modulo11");
-        QTest::newRow("module 03") << QStringLiteral("ID_Modulo03");
-        QTest::newRow("other case") << QStringLiteral("id_incluir");
-    }
-    void unknownKeyDoesNothing()
-    {
-        QFETCH(QString, key);
-        LoadedContas fx;
-        fx.window->Status->setPanel(StatusBar::Message, QStringLiteral("texto anterior"));
-        const QStringList before = panels(*fx.window);
-        fx.clearCalls();
-        QCOMPARE(fx.window->tooltip_for(key), QString());
-        fx.window->tool_click(key);
-        QCOMPARE(panels(*fx.window), before);
-        QVERIFY(fx.desktop.boxes.isEmpty());
-        QVERIFY(fx.desktop.helpContexts.isEmpty());
-        QVERIFY(fx.desktop.modulesStarted.isEmpty());
-        QCOMPARE(fx.state.moduleToStart, 0);
-        QVERIFY(fx.state.database);
-    }
-
-    // What each command asks of the desktop, after the click sound every command plays.
+    // What a command asks of the desktop: every one plays the click; leaving saves the
+    // placement and closes the company file before the chosen module starts.
     void commandsReachTheDesktop_data()
     {
         QTest::addColumn<QString>("key");
         QTest::addColumn<QString>("calls");
-        QTest::newRow("program help") << QStringLiteral("ID_AjudadoPrograma") << "help 0 sound 7";
-        QTest::newRow("contents") << QStringLiteral("ID_ConteúdoeÍndice") << "help 0 sound 7";
-        QTest::newRow("search") << QStringLiteral("ID_LocalizarnaAjuda") << "help 900 sound 7";
-        QTest::newRow("check new") << QStringLiteral("ID_Checarnova") << "help 30010 sound 7";
-        QTest::newRow("new version") << QStringLiteral("ID_Novaversão") << "help 30010 sound 7";
-        QTest::newRow("local, nothing focused") << QStringLiteral("ID_Oqueé") << "help 0 sound 7";
-        QTest::newRow("about box") << QStringLiteral("ID_SobreoPrograma") << "modal Sobre sound 7";
-        QTest::newRow("mail") << QStringLiteral("ID_EnviarMail") << "mail 1 sound 7";
+        const QString leave = QStringLiteral("placement Plano de Contas sound 7 closed");
+        const auto row = [](const char* tag, const char* key, const QString& calls) {
+            QTest::newRow(tag) << QString::fromUtf8(key) << calls;
+        };
+        row("program help", "ID_AjudadoPrograma", "help 0 sound 7");
+        row("contents", "ID_ConteúdoeÍndice", "help 0 sound 7");
+        row("search", "ID_LocalizarnaAjuda", "help 900 sound 7");
+        row("check new", "ID_Checarnova", "help 30010 sound 7");
+        row("new version", "ID_Novaversão", "help 30010 sound 7");
+        row("local, nothing focused", "ID_Oqueé", "help 0 sound 7");
+        row("about box", "ID_SobreoPrograma", "modal Sobre sound 7");
+        row("mail", "ID_EnviarMail", "mail sound 7");
+        row("Sair", "ID_Sair", leave);
+        row("first module", "ID_Modulo1", "start 1 closed " + leave);
+        row("own module is off", "ID_Modulo2", "");
+        row("last module", "ID_Modulo10", "start 10 closed " + leave);
+        // Escape asks first; answered Yes it leaves as Sair does, without the click.
+        row("Escape", "Escape",
+            "box Quer sair do programa?|Finalizando|292 placement Plano de Contas closed");
+        row("no such key", "ID_Nada", "");
+        row("menu group", "ID_Editar", "");
+        row("module 11", "ID_Modulo11", "");
+        row("module 03", "ID_Modulo03", "");
+        row("other case", "id_incluir", "");
     }
     void commandsReachTheDesktop()
     {
         QFETCH(QString, key);
         QFETCH(QString, calls);
         LoadedContas fx;
+        fx.window->show();
         fx.clearCalls();
-        fx.window->action(key)->trigger();
+        fx.desktop.setNextAnswer(varemo::vb::Yes);
+        if (key == QStringLiteral("Escape"))
+            QTest::keyClick(fx.window.get(), Qt::Key_Escape);
+        else if (QAction* act = fx.window->action(key))
+            act->trigger();
+        else
+            fx.window->tool_click(key);
         QStringList seen;
+        for (const varemo::test::Box& box : fx.desktop.boxes)
+            seen << QStringLiteral("box %1|%2|%3").arg(box.prompt, box.title).arg(box.buttons);
         for (int context : fx.desktop.helpContexts)
             seen << QStringLiteral("help %1").arg(context);
         for (const QString& name : fx.desktop.modalWindows)
             seen << QStringLiteral("modal ") + name;
         if (fx.desktop.mailsSent)
-            seen << QStringLiteral("mail %1").arg(fx.desktop.mailsSent);
+            seen << QStringLiteral("mail");
+        for (int i = 0; i < fx.desktop.modulesStarted.size(); ++i)
+            seen << QStringLiteral("start %1 %2")
+                        .arg(fx.desktop.modulesStarted[i])
+                        .arg(fx.desktop.databaseOpenAtStart[i] ? "open" : "closed");
+        for (const QString& name : fx.desktop.placementsSaved)
+            seen << QStringLiteral("placement ") + name;
         for (int sound : fx.desktop.sounds)
             seen << QStringLiteral("sound %1").arg(sound);
-        QCOMPARE(seen.join(QLatin1Char(' ')), calls);
+        if (!fx.state.database)
+            seen << QStringLiteral("closed");
+        QCOMPARE(seen.join(u' '), calls);
+        QCOMPARE(fx.window->isHidden(), calls.endsWith(QLatin1String("closed")));
     }
 
     void localHelpFollowsTheFocusedControl_data()
     {
         QTest::addColumn<QString>("control");
         QTest::addColumn<int>("context");
-        QTest::newRow("tree") << QStringLiteral("Arvore") << 1010;
-        QTest::newRow("selector") << QStringLiteral("Combo2") << 1020;
-        QTest::newRow("navigator") << QStringLiteral("Movimento4") << 1040;
+        QTest::newRow("tree") << "Arvore" << 1010;
+        QTest::newRow("selector") << "Combo2" << 1020;
+        QTest::newRow("navigator") << "Movimento4" << 1040;
     }
     void localHelpFollowsTheFocusedControl()
     {
@@ -192,39 +153,11 @@ private slots:
         LoadedContas fx;
         fx.window->show();
         QVERIFY(QTest::qWaitForWindowExposed(fx.window.get()));
-        auto* widget = fx.window->findChild<QWidget*>(control);
-        QVERIFY(widget);
-        widget->setFocus();
+        fx.window->findChild<QWidget*>(control)->setFocus();
         fx.clearCalls();
         QVERIFY(fx.window->Form_KeyDown(Qt::Key_F1));
-        fx.window->tool_click(QStringLiteral("ID_Oqueéisto?"));
+        fx.play(QStringLiteral("ID_Oqueéisto?"));
         QCOMPARE(fx.desktop.helpContexts, (QList<int> {context, context}));
-    }
-
-    // Sair (0 here) unloads like a module choice but starts nothing.
-    void leavingUnloadsThenStartsTheChoice_data()
-    {
-        QTest::addColumn<int>("number");
-        QTest::newRow("Sair") << 0;
-        QTest::newRow("first module") << 1;
-        QTest::newRow("third module") << 3;
-        QTest::newRow("last module") << 10;
-    }
-    void leavingUnloadsThenStartsTheChoice()
-    {
-        QFETCH(int, number);
-        LoadedContas fx;
-        fx.window->show();
-        fx.clearCalls();
-        fx.window->action(number ? QStringLiteral("ID_Modulo%1").arg(number) : QStringLiteral("ID_Sair"))
-            ->trigger();
-        QCOMPARE(fx.desktop.modulesStarted, number ? QList<int> {number} : QList<int> {});
-        QCOMPARE(fx.desktop.databaseOpenAtStart, number ? QList<bool> {false} : QList<bool> {});
-        QCOMPARE(fx.desktop.placementsSaved, QStringList {QStringLiteral("Plano de Contas")});
-        QCOMPARE(fx.state.moduleToStart, 0);
-        QVERIFY(!fx.state.database);
-        QVERIFY(fx.window->isHidden());
-        QVERIFY(!fx.window->Nivel[0]);
     }
 
     void unloadRunsOnce()
@@ -240,89 +173,58 @@ private slots:
         QCOMPARE(fx.desktop.placementsSaved.size(), 1);
     }
 
-    void escapeAsksBeforeLeaving_data()
-    {
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<bool>("closes");
-        QTest::newRow("yes") << int(varemo::vb::Yes) << true;
-        QTest::newRow("no") << int(varemo::vb::No) << false;
-    }
-    void escapeAsksBeforeLeaving()
-    {
-        QFETCH(int, answer);
-        QFETCH(bool, closes);
-        LoadedContas fx;
-        fx.clearCalls();
-        fx.desktop.setNextAnswer(answer);
-        QTest::keyClick(fx.window.get(), Qt::Key_Escape);
-        QCOMPARE(fx.desktop.boxes.size(), 1);
-        QCOMPARE(fx.desktop.boxes[0].prompt, QStringLiteral("Quer sair do programa?"));
-        QCOMPARE(fx.desktop.boxes[0].title, QStringLiteral("Finalizando"));
-        QCOMPARE(fx.desktop.boxes[0].buttons,
-            varemo::vb::YesNo + varemo::vb::Question + varemo::vb::DefaultButton2);
-        QCOMPARE(!fx.state.database, closes);
-    }
-
-    void menuBotaoFollowsTheMode_data()
-    {
-        QTest::addColumn<QString>("mode");
-        QTest::addColumn<bool>("groups");
-        QTest::newRow("Visualizar") << QStringLiteral("Visualizar") << true;
-        QTest::newRow("Inserir") << QStringLiteral("Inserir") << false;
-        QTest::newRow("Alterar") << QStringLiteral("Alterar") << false;
-    }
-    void menuBotaoFollowsTheMode()
-    {
-        QFETCH(QString, mode);
-        QFETCH(bool, groups);
-        LoadedContas fx;
-        fx.window->MenuBotao(QStringLiteral("Alterar"));
-        fx.window->MenuBotao(mode);
-        for (const QString& group : {QStringLiteral("ID_Editar"), QStringLiteral("ID_Relatórios")}) {
-            QMenu* holder = fx.window->menu(group);
-            QCOMPARE(holder->menuAction()->objectName(), group);
-            QCOMPARE(holder->menuAction()->isEnabled(), groups);
-            for (QAction* member : holder->actions())
-                QVERIFY2(
-                    member->isSeparator() || member->isEnabled() == groups, qPrintable(member->objectName()));
-        }
-        QCOMPARE(fx.window->action(QStringLiteral("ID_Gravar"))->isEnabled(), !groups);
-        QCOMPARE(fx.window->action(QStringLiteral("ID_Cancelar"))->isEnabled(), !groups);
-        QCOMPARE(fx.window->Status->panelText(StatusBar::Mode), mode);
-        // Every record command lives in the record group, so switching it off takes them all.
-        for (const QString& key : RecordKeys)
-            QVERIFY(fx.window->menu(QStringLiteral("ID_Editar"))->actions().contains(fx.window->action(key)));
-    }
-
-    // An archive company keeps the record tools off whatever command ran last.
-    void archiveKeepsRecordToolsOff_data()
+    // The record and report groups are on only while browsing, saving and cancelling only
+    // while a record is open; an archive company keeps the record tools off whatever ran last.
+    void toolsFollowTheModeAndArchive_data()
     {
         QTest::addColumn<bool>("archive");
-        QTest::addColumn<QString>("key");
-        QTest::newRow("ordinary company") << false << QStringLiteral("ID_Setor");
-        QTest::newRow("view") << true << QStringLiteral("ID_Setor");
-        QTest::newRow("reports") << true << QStringLiteral("ID_Relatorios");
-        QTest::newRow("mail") << true << QStringLiteral("ID_EnviarMail");
-        QTest::newRow("cancel") << true << QStringLiteral("ID_Cancelar");
-        QTest::newRow("unknown") << true << QStringLiteral("ID_Nada");
+        QTest::addColumn<QString>("key"); // run before the mode is set
+        QTest::addColumn<QString>("mode");
+        QTest::addColumn<QString>("tools"); // Incluir Alterar Excluir Filtrar Gravar Cancelar, the two groups
+        QTest::newRow("browsing") << false << ""
+                                  << "Visualizar"
+                                  << "111100 11";
+        QTest::newRow("inserting") << false << ""
+                                   << "Inserir"
+                                   << "000011 00";
+        QTest::newRow("changing") << false << ""
+                                  << "Alterar"
+                                  << "000011 00";
+        QTest::newRow("archive, view") << true << "ID_Setor"
+                                       << "Visualizar"
+                                       << "000100 11";
+        QTest::newRow("archive, reports") << true << "ID_Relatorios"
+                                          << "Visualizar"
+                                          << "000100 11";
+        QTest::newRow("archive, cancel") << true << "ID_Cancelar"
+                                         << "Visualizar"
+                                         << "000100 11";
     }
-    void archiveKeepsRecordToolsOff()
+    void toolsFollowTheModeAndArchive()
     {
         QFETCH(bool, archive);
         QFETCH(QString, key);
+        QFETCH(QString, mode);
+        QFETCH(QString, tools);
         LoadedContas fx({QStringLiteral("UPDATE DadosEmpresa SET Morto = %1").arg(int(archive))});
         QVERIFY(fx.loaded);
-        QVERIFY(fx.state.mainWindowReady);
         QCOMPARE(fx.state.archiveMode, archive);
         QCOMPARE(fx.window->windowTitle(),
             QStringLiteral("Plano de Contas - Padaria Teste Ltda")
                 + (archive ? QStringLiteral("   [Arq. Mortos Carregados]") : QString()));
         QCOMPARE(fx.window->Status->panelText(StatusBar::User), QStringLiteral("Usuário: "));
-        fx.window->tool_click(key);
-        fx.window->MenuBotao(QStringLiteral("Visualizar"));
-        for (const QString& record : RecordKeys)
-            QVERIFY2(fx.window->action(record)->isEnabled() != archive, qPrintable(record));
-        QVERIFY(fx.window->action(QStringLiteral("ID_Filtrar"))->isEnabled());
+        fx.window->MenuBotao(QStringLiteral("Alterar"));
+        fx.play(key);
+        fx.window->MenuBotao(mode);
+        QString seen;
+        for (const char* name :
+            {"ID_Incluir", "ID_Alterar", "ID_Excluir", "ID_Filtrar", "ID_Gravar", "ID_Cancelar"})
+            seen += fx.window->action(QString::fromLatin1(name))->isEnabled() ? u'1' : u'0';
+        seen += u' ';
+        for (const QString& group : {QStringLiteral("ID_Editar"), QStringLiteral("ID_Relatórios")})
+            seen += fx.window->menu(group)->menuAction()->isEnabled() ? u'1' : u'0';
+        QCOMPARE(seen, tools);
+        QCOMPARE(fx.window->Status->panelText(StatusBar::Mode), mode);
     }
 };
 
