@@ -95,14 +95,13 @@ private slots:
         }
     }
 
-    // Pinned apart from the calendar above: the month a day lacks, and the calendar's ends.
+    // The calendar's ends: a period that would leave it is none.
     void namedCases_data()
     {
         QTest::addColumn<QDate>("reference");
         QTest::addColumn<int>("option");
         QTest::addColumn<bool>("retroactive");
         QTest::addColumn<QString>("period");
-        QTest::newRow("31 de fevereiro") << QDate(2023, 3, 31) << 3 << true << "2023-03-03 2023-03-31";
         QTest::newRow("fim do calendário") << QDate(9999, 12, 31) << 1 << false << "nada";
         QTest::newRow("começo do calendário") << QDate(100, 1, 3) << 1 << true << "nada";
     }

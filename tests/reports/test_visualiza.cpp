@@ -176,8 +176,8 @@ private slots:
         QTest::addColumn<QString>("chosen"); // under the temporary folder
         QTest::addColumn<QString>("filter"); // the file box's filter, or the print range
         QTest::addColumn<QString>("written");
-        QTest::addColumn<QByteArray>(
-            "start"); // the written file's first bytes, or the box's title and reason
+        // the written file's first bytes, or the box's title and the end of its prompt
+        QTest::addColumn<QByteArray>("start");
         QTest::addColumn<int>("pages"); // in a written PDF
         const auto row = [](const char* name, const char* tool, const char* chosen, const char* filter,
                              const char* written, const char* start, int pages = 4) {
