@@ -197,10 +197,10 @@ void Contas::Salvar(int cancelar)
         SaiModo();
         return;
     }
-    // Rows read inside the save's transaction would keep its changes if it were undone.
-    readRest();
     QList<SavedRow> rows;
     try {
+        // Rows read inside the save's transaction would keep its changes if it were undone.
+        readRest();
         UnitOfWork work(database());
         if (PaginaAtiva == 1)
             saveLevelPage(rows);

@@ -49,7 +49,7 @@ public:
     // time from the event loop once the window is shown, or at once by whatever needs it.
     // True once all of it is read.
     bool restRead() const { return !m_restPending; }
-    // Reads now whatever the load left for later.
+    // Reads now whatever the load left for later; throws JetError when the engine fails.
     void readRest();
     // Closing: placement, recordsets, other windows, database, the chosen sibling module.
     // Runs once; the window is hidden, never deleted by itself.
@@ -213,6 +213,7 @@ private:
     void indexTree();
     void scheduleRest(int delayMs);
     void readRestStep();
+    bool readRestSlice();
     void openLevel(int level);
     void syncPosition();
     void moveRecord(int index);

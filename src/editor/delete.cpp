@@ -139,8 +139,13 @@ void Contas::Excluir()
 {
     if (EmInclusao || EmAlteracao)
         return;
-    // Rows read inside the delete's transaction would keep its changes if it were undone.
-    readRest();
+    try {
+        // Rows read inside the delete's transaction would keep its changes if it were undone.
+        readRest();
+    } catch (const JetError& error) {
+        logError(m_state, m_desktop, rotina::ExcluindoRegistro, error.description(), error.number());
+        return;
+    }
     Recordset* rows = dataSet();
     const bool hasRow = rows != nullptr && !rows->bof() && !rows->eof();
     const std::optional<Recordset::Bookmark> start = hasRow ? std::optional(rows->bookmark()) : std::nullopt;

@@ -140,51 +140,60 @@ void Contas::scheduleRest(int delayMs)
     });
 }
 
-// One slice of what is left; the next one is queued behind whatever the window has to do.
+// One slice of what is left; true once nothing is left.
+bool Contas::readRestSlice()
+{
+    const std::array<Recordset*, 5> tables
+        = {Linhas.get(), Nivel[1].get(), Nivel[2].get(), Nivel[3].get(), Nivel[4].get()};
+    Recordset* next = nullptr;
+    for (Recordset* table : tables) {
+        if (table != nullptr && !table->isRead()) {
+            next = table;
+            break;
+        }
+    }
+    if (next != nullptr) {
+        next->readMore(SliceRows);
+    } else if (m_tree) {
+        m_tree->ensureIndexed();
+    }
+    Recordset* page = Dados[0].get();
+    if (next == nullptr && page != nullptr && page == m_startPage && !page->isRead()) {
+        // Read in the background, the page may begin with a row the load did not find
+        // (one whose ancestors are missing): the first screen is shown again from it.
+        if (page->readMore(SliceRows) && PaginaAtiva == 0 && !EmInclusao && !EmAlteracao)
+            TotalDeRegistros();
+    }
+    if (next != nullptr || (page != nullptr && !page->isRead()))
+        return false;
+    m_restPending = false;
+    m_startPage = nullptr;
+    return true;
+}
+
+// A slice from the event loop; the next one is queued behind whatever the window has to do.
 void Contas::readRestStep()
 {
     if (!m_restPending || m_unloaded)
         return;
     try {
-        const std::array<Recordset*, 5> tables
-            = {Linhas.get(), Nivel[1].get(), Nivel[2].get(), Nivel[3].get(), Nivel[4].get()};
-        Recordset* next = nullptr;
-        for (Recordset* table : tables) {
-            if (table != nullptr && !table->isRead()) {
-                next = table;
-                break;
-            }
-        }
-        if (next != nullptr) {
-            next->readMore(SliceRows);
-        } else if (m_tree) {
-            m_tree->ensureIndexed();
-        }
-        Recordset* page = Dados[0].get();
-        if (next == nullptr && page != nullptr && page == m_startPage && !page->isRead()) {
-            // Read in the background, the page may begin with a row the load did not find
-            // (one whose ancestors are missing): the first screen is shown again from it.
-            if (page->readMore(SliceRows) && PaginaAtiva == 0 && !EmInclusao && !EmAlteracao)
-                TotalDeRegistros();
-        }
-        const bool done = next == nullptr && (page == nullptr || page->isRead());
-        if (done) {
-            m_restPending = false;
-            m_startPage = nullptr;
+        if (readRestSlice())
             return;
-        }
     } catch (const JetError& error) {
-        m_restPending = false;
-        logError(m_state, m_desktop, rotina::AbrirPrograma, error.description(), error.number());
+        // Another module holding the file only delays a read nobody asked for yet: what is
+        // left is read by the next action that needs it, which reports its own failure.
+        if (error.number() != jet::Locked)
+            logError(m_state, m_desktop, rotina::AbrirPrograma, error.description(), error.number());
         return;
     }
     scheduleRest(0);
 }
 
+// A failure here is the failure of the action that needed the rest: it goes to that action's
+// handler, and what is still unread stays for the next action to read.
 void Contas::readRest()
 {
-    while (m_restPending && !m_unloaded)
-        readRestStep();
+    while (m_restPending && !m_unloaded && !readRestSlice()) { }
 }
 
 } // namespace varemo
