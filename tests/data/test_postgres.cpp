@@ -4,20 +4,11 @@
 #include "support/pgserver.h"
 #include "support/testregistry.h"
 
-#include <QElapsedTimer>
-#include <QSqlError>
-#include <QSqlQuery>
 #include <QTest>
 
 using namespace varemo;
 using varemo::test::PgServer;
 using varemo::test::TestCompany;
-
-namespace {
-
-constexpr int ShortWaitMs = 300;
-
-} // namespace
 
 class TestPostgres : public QObject {
     Q_OBJECT
@@ -78,18 +69,16 @@ private slots:
             "Codigo",
             "2|3|5");
         row("search filled and marked through a join",
-            "DELETE * FROM Procura;\nINSERT INTO Procura SELECT Codigo FROM NivelCategoria4;\nUPDATE "
-            "Procura "
+            "DELETE * FROM Procura;\nINSERT INTO Procura SELECT Codigo FROM NivelCategoria4;\nUPDATE Procura "
             "SET "
-            "Marca1 = True WHERE Codigo IN (2, 8)\nUPDATE NivelCategoria4, Procura SET "
-            "NivelCategoria4.Marca "
-            "= TRUE "
-            "WHERE (Procura.Marca1 = TRUE) AND NivelCategoria4.Codigo = Procura.Codigo;",
+            "Marca1 = True WHERE Codigo IN (2, 8)\nUPDATE NivelCategoria4, Procura SET NivelCategoria4.Marca "
+            "= "
+            "TRUE WHERE (Procura.Marca1 = TRUE) AND NivelCategoria4.Codigo = Procura.Codigo;",
             "Marca = True", "2|8");
         row("delete over a join",
             "DELETE NivelCategoria4.* FROM NivelCategoria4 INNER JOIN NivelCategoria3 ON "
-            "NivelCategoria3.Codigo = "
-            "NivelCategoria4.CodigoCategoria3 WHERE NivelCategoria3.Nome = 'pães'",
+            "NivelCategoria3.Codigo "
+            "= NivelCategoria4.CodigoCategoria3 WHERE NivelCategoria3.Nome = 'pães'",
             "Codigo < 5", "3");
     }
     void jetStatements()
@@ -107,43 +96,6 @@ private slots:
         for (const auto& row : rows->rows())
             got << (row.first().isNull() ? QStringLiteral("<Null>") : row.first().toString());
         QCOMPARE(got.join(QLatin1Char('|')), expected);
-    }
-
-    // A row another workstation holds fails the action after the wait with 3218, and what
-    // the action had written before is gone.
-    void rowHeldElsewhere()
-    {
-        if (!test::onServer())
-            QSKIP("row locks of other workstations are the server's");
-        TestCompany company;
-        company.closeSql();
-        const auto db = Database::open(company.databasePath(), ShortWaitMs);
-        const PgServer& server = PgServer::instance();
-        {
-            QSqlDatabase other = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), QStringLiteral("other"));
-            other.setHostName(server.socketFolder());
-            other.setUserName(server.user());
-            other.setDatabaseName(company.serverDatabase());
-            QVERIFY(other.open());
-            QSqlQuery hold(other);
-            QVERIFY(hold.exec(QStringLiteral("BEGIN")));
-            QVERIFY(hold.exec(QStringLiteral("SELECT * FROM NivelCategoria1 WHERE Codigo = 3 FOR UPDATE")));
-            QElapsedTimer clock;
-            clock.start();
-            const int number = test::jetFailure([&] {
-                UnitOfWork unit(*db);
-                db->execute(QStringLiteral("UPDATE NivelCategoria1 SET Nome = 'y' WHERE Codigo = 1"));
-                db->execute(QStringLiteral("UPDATE NivelCategoria1 SET Nome = 'x' WHERE Codigo = 3"));
-                unit.commit();
-            });
-            QCOMPARE(number, 3218);
-            QVERIFY(clock.elapsed() >= ShortWaitMs - 20);
-            QVERIFY(hold.exec(QStringLiteral("ROLLBACK")));
-        }
-        QSqlDatabase::removeDatabase(QStringLiteral("other"));
-        QVERIFY(!db->inTransaction());
-        QCOMPARE(db->scalar(QStringLiteral("SELECT Nome FROM NivelCategoria1 WHERE Codigo = 1")).toString(),
-            QStringLiteral("Receitas Clientes"));
     }
 
     // A server that cannot be reached, or refuses the login, fails the open with 3151.
