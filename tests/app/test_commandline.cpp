@@ -26,30 +26,30 @@ private slots:
         QTest::addColumn<Action>("action");
         QTest::addColumn<QString>("folder"); // the program or demo folder asked for
         const QString march = QStringLiteral(" --de 01-03-2026 --ate 31-03-2026 --pdf o.pdf");
-        QTest::newRow("nothing") << "" << Action::Run << "";
-        QTest::newRow("--programa DIR") << "--programa /opt/v" << Action::Run << "/opt/v";
-        QTest::newRow("--demo alone") << "--demo" << Action::Demo << defaultDemoFolder();
-        QTest::newRow("--demo DIR") << "--demo /tmp/d" << Action::Demo << "/tmp/d";
-        QTest::newRow("--demo=DIR") << "--demo=/tmp/d" << Action::Demo << "/tmp/d";
-        QTest::newRow("--ajuda") << "--ajuda" << Action::Help << "";
-        QTest::newRow("--programa without a folder") << "--programa" << Action::Error << "";
-        QTest::newRow("--demo and --programa") << "--demo /a --programa /b" << Action::Error << "";
-        QTest::newRow("unknown option") << "--depurar" << Action::Error << "";
-        QTest::newRow("plano") << "relatorio plano --nivel 3 --pdf /tmp/p.pdf" << Action::Report << "";
-        QTest::newRow("plano level 5") << "relatorio plano --nivel 5 --pdf o.pdf" << Action::Error << "";
-        QTest::newRow("plano without output") << "relatorio plano --nivel 2" << Action::Error << "";
-        QTest::newRow("spreadsheet alone")
-            << "relatorio plano --nivel 1 --xlsx p.xlsx" << Action::Report << "";
-        QTest::newRow("personalizado") << "relatorio personalizado Resultado" + march << Action::Report << "";
-        QTest::newRow("personalizado without name")
-            << "relatorio personalizado" + march << Action::Error << "";
-        QTest::newRow("impossible date")
-            << "relatorio personalizado R --de 31-02-2026 --ate 31-03-2026 --pdf o" << Action::Error << "";
-        QTest::newRow("reversed period")
-            << "relatorio personalizado R --de 01-04-2026 --ate 31-03-2026 --pdf o" << Action::Error << "";
-        QTest::newRow("personalizado with --nivel")
-            << "relatorio personalizado R --nivel 2" + march << Action::Error << "";
-        QTest::newRow("unknown report") << "relatorio balanco --pdf o.pdf" << Action::Error << "";
+        const auto row
+            = [](const char* tag, const QString& arguments, Action action, const QString& folder = {}) {
+                  QTest::newRow(tag) << arguments << action << folder;
+              };
+        row("nothing", "", Action::Run);
+        row("--programa DIR", "--programa /opt/v", Action::Run, "/opt/v");
+        row("--demo alone", "--demo", Action::Demo, defaultDemoFolder());
+        row("--demo DIR", "--demo /tmp/d", Action::Demo, "/tmp/d");
+        row("--ajuda", "--ajuda", Action::Help);
+        row("--programa without a folder", "--programa", Action::Error);
+        row("--demo and --programa", "--demo /a --programa /b", Action::Error);
+        row("unknown option", "--depurar", Action::Error);
+        row("plano", "relatorio plano --nivel 3 --pdf /tmp/p.pdf", Action::Report);
+        row("plano level 5", "relatorio plano --nivel 5 --pdf o.pdf", Action::Error);
+        row("plano without output", "relatorio plano --nivel 2", Action::Error);
+        row("spreadsheet alone", "relatorio plano --nivel 1 --xlsx p.xlsx", Action::Report);
+        row("personalizado", "relatorio personalizado Resultado" + march, Action::Report);
+        row("personalizado without name", "relatorio personalizado" + march, Action::Error);
+        row("impossible date", "relatorio personalizado R --de 31-02-2026 --ate 31-03-2026 --pdf o",
+            Action::Error);
+        row("reversed period", "relatorio personalizado R --de 01-04-2026 --ate 31-03-2026 --pdf o",
+            Action::Error);
+        row("personalizado with --nivel", "relatorio personalizado R --nivel 2" + march, Action::Error);
+        row("unknown report", "relatorio balanco --pdf o.pdf", Action::Error);
     }
     void parses()
     {

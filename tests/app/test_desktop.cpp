@@ -31,12 +31,14 @@ private slots:
         QTest::addColumn<int>("icon");
         QTest::addColumn<int>("defaultAnswer"); // what Enter answers
         QTest::addColumn<int>("escapeAnswer");
-        QTest::newRow("ok, critical") << vb::Critical << int(QMessageBox::Critical) << vb::OK << vb::OK;
-        QTest::newRow("ok, exclamation") << vb::Exclamation << int(QMessageBox::Warning) << vb::OK << vb::OK;
-        QTest::newRow("yes/no") << (vb::YesNo | vb::Question) << int(QMessageBox::Question) << vb::Yes
-                                << vb::No;
-        QTest::newRow("yes/no, No the default") << (vb::YesNo | vb::Question | vb::DefaultButton2)
-                                                << int(QMessageBox::Question) << vb::No << vb::No;
+        const auto row = [](const char* tag, int flags, QMessageBox::Icon icon, int enter, int escape) {
+            QTest::newRow(tag) << flags << int(icon) << enter << escape;
+        };
+        row("ok, critical", vb::Critical, QMessageBox::Critical, vb::OK, vb::OK);
+        row("ok, exclamation", vb::Exclamation, QMessageBox::Warning, vb::OK, vb::OK);
+        row("yes/no", vb::YesNo | vb::Question, QMessageBox::Question, vb::Yes, vb::No);
+        row("yes/no, No the default", vb::YesNo | vb::Question | vb::DefaultButton2, QMessageBox::Question,
+            vb::No, vb::No);
     }
     // Lines break at carriage returns, the text is plain, and the title defaults to the module's.
     void boxFollowsTheFlags()
@@ -62,41 +64,26 @@ private slots:
     // the folder may come without its closing separator.
     void filesOfTheProgramFolder_data()
     {
-        QTest::addColumn<QString>("file");
         QTest::addColumn<QString>("path");
         const QString sons = qEnvironmentVariable("VAREMO_PROGRAM_DIR") + QStringLiteral("/Sons/");
-        QTest::newRow("sound 1, error") << "sound 1" << sons + "somerro.wav";
-        QTest::newRow("sound 7, click") << "sound 7" << sons + "mousecli.wav";
-        QTest::newRow("sound 8, none") << "sound 8"
-                                       << "";
-        QTest::newRow("module 3") << "module 3"
-                                  << "/opt/varemo/Vendas";
-        QTest::newRow("module 10") << "module 10"
-                                   << "/opt/varemo/Empresa";
-        QTest::newRow("module 11, none") << "module 11"
-                                         << "";
+        QTest::newRow("sound 1") << sons + "somerro.wav";
+        QTest::newRow("sound 7") << sons + "mousecli.wav";
+        QTest::newRow("sound 8") << QString();
+        QTest::newRow("module 3") << QStringLiteral("/opt/varemo/Vendas");
+        QTest::newRow("module 10") << QStringLiteral("/opt/varemo/Empresa");
+        QTest::newRow("module 11") << QString();
     }
     void filesOfTheProgramFolder()
     {
-        QFETCH(QString, file);
         QFETCH(QString, path);
-        const int number = file.section(u' ', 1).toInt();
+        const QString tag = QString::fromLatin1(QTest::currentDataTag());
+        const int number = tag.section(u' ', 1).toInt();
         const QString program = qEnvironmentVariable("VAREMO_PROGRAM_DIR");
         for (const QString& end : {QString(), QStringLiteral("/")})
-            QCOMPARE(file.startsWith(u"sound")
+            QCOMPARE(tag.startsWith(u"sound")
                     ? QtDesktop::soundPath(program + end, number)
                     : QtDesktop::moduleProgram(QStringLiteral("/opt/varemo") + end, number),
                 path);
-    }
-
-    void placementRoundTrip()
-    {
-        QWidget saved;
-        saved.setGeometry(120, 80, 640, 480);
-        placement::save(saved, QStringLiteral("Ida e Volta"));
-        QWidget restored;
-        QVERIFY(placement::restore(restored, QStringLiteral("Ida e Volta")));
-        QCOMPARE(restored.geometry(), QRect(120, 80, 640, 480));
     }
 
     // Saved as the far corner; a window narrower than 100 was never placed.
@@ -106,18 +93,17 @@ private slots:
         QTest::addColumn<bool>("saved");
         QTest::addColumn<QRect>("geometry");
         QTest::addColumn<bool>("maximized");
-        QTest::newRow("nothing saved") << QStringList() << false << QRect(0, 0, 100, 100) << false;
-        QTest::newRow("Right of exactly 100")
-            << QStringList {"Left", "10", "Top", "20", "Right", "100", "Bottom", "300"} << false
-            << QRect(10, 20, 90, 280) << false;
-        QTest::newRow("Right of 101")
-            << QStringList {"Left", "10", "Top", "20", "Right", "101", "Bottom", "300"} << true
-            << QRect(10, 20, 91, 280) << false;
-        QTest::newRow("absent keys take their defaults")
-            << QStringList {"Right", "500"} << true << QRect(0, 0, 500, 100) << false;
-        QTest::newRow("maximised comes back maximised")
-            << QStringList {"showCmd", "3", "Left", "5", "Top", "5", "Right", "805", "Bottom", "605"} << true
-            << QRect(5, 5, 800, 600) << true;
+        const auto row = [](const char* tag, const QStringList& keys, bool saved, QRect geometry,
+                             bool max = false) { QTest::newRow(tag) << keys << saved << geometry << max; };
+        row("nothing saved", {}, false, QRect(0, 0, 100, 100));
+        row("Right of exactly 100", {"Left", "10", "Top", "20", "Right", "100", "Bottom", "300"}, false,
+            QRect(10, 20, 90, 280));
+        row("Right of 101", {"Left", "10", "Top", "20", "Right", "101", "Bottom", "300"}, true,
+            QRect(10, 20, 91, 280));
+        row("absent keys take their defaults", {"Right", "500"}, true, QRect(0, 0, 500, 100));
+        row("maximised comes back maximised",
+            {"showCmd", "3", "Left", "5", "Top", "5", "Right", "805", "Bottom", "605"}, true, QRect(), true);
+        row("as saved", {"save"}, true, QRect(120, 80, 640, 480));
     }
     void savedPlacement()
     {
@@ -131,6 +117,11 @@ private slots:
             settings.beginGroup(placement::Group);
             for (qsizetype i = 0; i + 1 < keys.size(); i += 2)
                 settings.setValue(keys[i], keys[i + 1]);
+        }
+        if (keys == QStringList {QStringLiteral("save")}) {
+            QWidget source;
+            source.setGeometry(geometry);
+            placement::save(source, app);
         }
         QWidget window;
         QCOMPARE(placement::restore(window, app), saved);

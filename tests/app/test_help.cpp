@@ -3,11 +3,8 @@
 #include "support/testregistry.h"
 
 #include <QDialog>
-#include <QDir>
-#include <QFile>
 #include <QHelpEngine>
 #include <QRegularExpression>
-#include <QTemporaryDir>
 #include <QTest>
 #include <QTextBrowser>
 
@@ -16,11 +13,6 @@
 using namespace varemo;
 
 namespace {
-
-QString builtProgramFolder()
-{
-    return qEnvironmentVariable("VAREMO_PROGRAM_DIR");
-}
 
 // Follows whether a window is blocked by a modal one.
 class BlockWatch : public QObject {
@@ -47,7 +39,7 @@ class TestHelp : public QObject {
 private slots:
     void initTestCase()
     {
-        m_viewer = std::make_unique<HelpViewer>(builtProgramFolder());
+        m_viewer = std::make_unique<HelpViewer>(qEnvironmentVariable("VAREMO_PROGRAM_DIR"));
         QVERIFY(m_viewer->show(0));
     }
 
@@ -63,7 +55,6 @@ private slots:
         QFETCH(int, context);
         QVERIFY(m_viewer->show(context));
         QCOMPARE(m_viewer->currentUrl(), help::topicUrl(context));
-        QVERIFY(m_viewer->browser()->toPlainText().contains(help::topicTitle(context)));
         QVERIFY(
             page(help::topicUrl(context)).contains(QStringLiteral("<title>") + help::topicTitle(context)));
     }
@@ -93,40 +84,12 @@ private slots:
         }
     }
 
-    // Module topics need the module's file, shared ones (30001 on) the shared file.
-    void viewerNeedsTheTopicsFile_data()
-    {
-        QTest::addColumn<QStringList>("files");
-        QTest::addColumn<int>("context");
-        QTest::addColumn<QString>("expected"); // empty: show() must fail
-        const QStringList both {QStringLiteral("Contas.qch"), QStringLiteral("Sobre o Sistema.qch")};
-        QTest::newRow("30001 needs shared") << both.mid(0, 1) << 30001 << "";
-        QTest::newRow("29000 needs module") << both.mid(1) << 29000 << "";
-        QTest::newRow("30001 shared only") << both.mid(1) << 30001 << "/sistema/30001.html";
-        QTest::newRow("missing topic") << both << 12345 << "";
-        QTest::newRow("no Ajuda files") << QStringList() << 0 << "";
-    }
-    void viewerNeedsTheTopicsFile()
-    {
-        QFETCH(QStringList, files);
-        QFETCH(int, context);
-        QFETCH(QString, expected);
-        QTemporaryDir program;
-        QDir(program.path()).mkpath(QStringLiteral("Ajuda"));
-        for (const QString& name : files)
-            QFile::copy(
-                builtProgramFolder() + QStringLiteral("/Ajuda/") + name, program.filePath("Ajuda/" + name));
-        HelpViewer viewer(program.path());
-        QCOMPARE(viewer.show(context), !expected.isEmpty());
-        QCOMPARE(viewer.isVisible(), !expected.isEmpty());
-        if (!expected.isEmpty())
-            QCOMPARE(viewer.currentUrl().path(), expected);
-    }
-
-    // Help asked for from a modal window is usable beside it, and goes back through its pages.
+    // Help asked for from a modal window is usable beside it, and goes back through its pages;
+    // a topic it does not have opens nothing.
     void viewerKeepsHistoryAndOutlivesModalWindows()
     {
-        HelpViewer viewer(builtProgramFolder());
+        HelpViewer viewer(qEnvironmentVariable("VAREMO_PROGRAM_DIR"));
+        QVERIFY(!viewer.show(12345) && !viewer.isVisible());
         BlockWatch watch;
         viewer.installEventFilter(&watch);
         QVERIFY(viewer.show(help::Arvore));

@@ -1,3 +1,4 @@
+#include "app/singleinstance.h"
 #include "app/startup.h"
 #include "app/state.h"
 #include "editor/contas.h"
@@ -7,6 +8,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QSignalSpy>
 #include <QTest>
 
 using namespace varemo;
@@ -25,27 +27,25 @@ private slots:
     {
         QTest::addColumn<QString>("breakage");
         QTest::addColumn<QString>("box"); // prompt|buttons|title
-        const QString ini
-            = QStringLiteral("Sumiu o arquivo Empresa.ini|%1|Arquivo não encontrado").arg(vb::Exclamation);
-        QTest::newRow("no Caminho.dad")
-            << "caminho"
-            << QStringLiteral("Sumiu o arquivo path da rede|%1|Arquivo não encontrado").arg(vb::Exclamation);
-        QTest::newRow("data folder without closing separator") << "separator" << ini;
-        QTest::newRow("no Empresa.ini") << "ini" << ini;
-        QTest::newRow("garbage empresa.mdb")
-            << "garbage"
-            << QStringLiteral(
-                   "Arquivo de banco de dados empresa.mdb corrompido\rou não é .mdb. Solicite ajuda do Adm. "
-                   "de Sistema|%1|Arquivo corrompido ou com defeitos")
-                   .arg(vb::Critical);
-        QTest::newRow("a database of something else")
-            << "foreign"
-            << QStringLiteral(
-                   "Solicite ajuda do Adm. de Sistema\rBanco de dados não encontrado\rou com formato .mdb "
-                   "impróprio!|%1|Arquivo não existe ou impróprio")
-                   .arg(vb::Critical);
-        QTest::newRow("another copy running") << "copy"
-                                              << "";
+        const auto row = [](const char* breakage, const QString& prompt, int buttons, const char* title) {
+            QTest::newRow(breakage) << breakage
+                                    << (prompt.isEmpty() ? prompt
+                                                         : prompt + u'|' + QString::number(buttons) + u'|'
+                                                   + QString::fromUtf8(title));
+        };
+        const QString ini = QStringLiteral("Sumiu o arquivo Empresa.ini");
+        row("no Caminho.dad", "Sumiu o arquivo path da rede", vb::Exclamation, "Arquivo não encontrado");
+        row("data folder without closing separator", ini, vb::Exclamation, "Arquivo não encontrado");
+        row("no Empresa.ini", ini, vb::Exclamation, "Arquivo não encontrado");
+        row("garbage empresa.mdb",
+            "Arquivo de banco de dados empresa.mdb corrompido\rou não é .mdb. Solicite ajuda do Adm. de "
+            "Sistema",
+            vb::Critical, "Arquivo corrompido ou com defeitos");
+        row("a database of something else",
+            "Solicite ajuda do Adm. de Sistema\rBanco de dados não encontrado\rou com formato .mdb "
+            "impróprio!",
+            vb::Critical, "Arquivo não existe ou impróprio");
+        row("another copy running", {}, 0, "");
     }
     void stopsWithItsMessage()
     {
@@ -56,16 +56,16 @@ private slots:
         const QString caminho = company.programFolder() + QStringLiteral("Caminho.dad");
         AppState state;
         test::FakeDesktop desktop;
-        desktop.runningCopy = breakage == QLatin1String("copy");
-        if (breakage == QLatin1String("caminho"))
+        desktop.runningCopy = breakage.startsWith(u"another");
+        if (breakage.startsWith(u"no Caminho"))
             QVERIFY(QFile::remove(caminho));
-        else if (breakage == QLatin1String("separator"))
+        else if (breakage.startsWith(u"data folder"))
             test::writeFile(caminho, company.dataFolder().chopped(1).toUtf8() + "\r\n");
-        else if (breakage == QLatin1String("ini"))
+        else if (breakage.startsWith(u"no Empresa"))
             QVERIFY(QFile::remove(company.dataFolder() + QStringLiteral("Empresa.ini")));
-        else if (breakage == QLatin1String("garbage"))
+        else if (breakage.startsWith(u"garbage"))
             test::writeFile(company.databasePath(), QByteArray(8192, 'x'));
-        else if (breakage == QLatin1String("foreign")) {
+        else if (breakage.startsWith(u"a database")) {
             QVERIFY(QFile::remove(company.databasePath()));
             company.exec(QStringLiteral("CREATE TABLE Clientes (Codigo INTEGER PRIMARY KEY, Nome TEXT)"));
             company.closeSql();
@@ -120,6 +120,31 @@ private slots:
         QVERIFY(state.database && state.database->isOpen());
         QCOMPARE(QDir::currentPath(), QDir(company.dataFolder() + QStringLiteral("Dados")).canonicalPath());
         QVERIFY(desktop.boxes.isEmpty());
+    }
+
+    // Every later copy of the module, and no copy of another module, wakes the live one, whose
+    // window comes back as it was before it was minimised.
+    void laterCopiesActivateTheLiveOne()
+    {
+        const QString title = QStringLiteral("Teste Guarda %1").arg(QCoreApplication::applicationPid());
+        InstanceGuard other(QStringLiteral("Outro Módulo") + title);
+        QVERIFY(other.listen());
+        QVERIFY(!InstanceGuard::askRunningCopy(title, 100));
+        InstanceGuard first(title);
+        QVERIFY(first.listen());
+        QVERIFY(!InstanceGuard(title).listen());
+        QSignalSpy activations(&first, &InstanceGuard::activationRequested);
+        for (int copy = 1; copy <= 2; ++copy) {
+            QVERIFY(InstanceGuard::askRunningCopy(title));
+            QTRY_COMPARE(activations.size(), copy);
+        }
+        for (const auto was : {Qt::WindowNoState, Qt::WindowMaximized}) {
+            QWidget window;
+            window.setWindowState(was | Qt::WindowMinimized);
+            bringToFront(window);
+            QVERIFY(window.isVisible());
+            QCOMPARE(window.windowState() & (Qt::WindowMinimized | Qt::WindowMaximized), was);
+        }
     }
 };
 
