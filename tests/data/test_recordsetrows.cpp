@@ -2,6 +2,7 @@
 #include "support/company.h"
 #include "support/testregistry.h"
 
+#include <QSqlQuery>
 #include <QTest>
 
 using namespace varemo;
@@ -14,12 +15,30 @@ const QStringList itemOrder {QStringLiteral("NivelCategoria0.Nome"), QStringLite
     QStringLiteral("NivelCategoria2.Nome"), QStringLiteral("NivelCategoria3.Nome"),
     QStringLiteral("NivelCategoria4.Nome")};
 
-QList<QVariant> itemCodes(const Recordset& rows)
+// Items made from the numbers i = 1..3000 that pass `where`.
+QString insertItems(const QString& columns, const QString& values, const QString& where = QStringLiteral("1"))
 {
-    QList<QVariant> codes;
+    return QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+                          "INSERT INTO NivelCategoria4 (%1) SELECT %2 FROM n WHERE %3")
+        .arg(columns, values, where);
+}
+
+// The company after the statements, opened by the program's data layer.
+std::unique_ptr<Database> openAfter(TestCompany& company, const QStringList& statements)
+{
+    for (const QString& statement : statements)
+        company.exec(statement);
+    company.closeSql();
+    return Database::open(company.databasePath());
+}
+
+QStringList column(const Recordset& rows, const QString& field)
+{
+    QStringList values;
     for (const auto& row : rows.rows())
-        codes << row.at(rows.fieldIndex(QStringLiteral("NivelCategoria4.Codigo")));
-    return codes;
+        values << (row.at(rows.fieldIndex(field)).isNull() ? QStringLiteral("<Null>")
+                                                           : row.at(rows.fieldIndex(field)).toString());
+    return values;
 }
 
 } // namespace
@@ -27,40 +46,6 @@ QList<QVariant> itemCodes(const Recordset& rows)
 class TestRecordsetRows : public QObject {
     Q_OBJECT
 private slots:
-    // Texts read back as stored whether a column's repeats are shared or not (a column of
-    // mostly different texts stops being shared part way), Null and empty kept apart.
-    void textsReadBack_data()
-    {
-        QTest::addColumn<QString>("name"); // SQLite expression of the row number i, 1..3000
-        QTest::newRow("runs of one name") << QStringLiteral("'Nome ' || (i / 100)");
-        QTest::newRow("different, then repeated")
-            << QStringLiteral("CASE WHEN i <= 1500 THEN 'Único ' || i ELSE 'Nome ' || (i % 3) END");
-        QTest::newRow("empty and Null")
-            << QStringLiteral("CASE i % 3 WHEN 0 THEN '' WHEN 1 THEN NULL ELSE 'x' END");
-    }
-    void textsReadBack()
-    {
-        QFETCH(QString, name);
-        TestCompany company(TestCompany::Seed::Empty);
-        company.exec(
-            QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                           "INSERT INTO NivelCategoria4 (Codigo, Nome) SELECT i, %1 FROM n")
-                .arg(name));
-        // Read past the program's data layer, as one text.
-        const QString stored
-            = company
-                  .scalar(QStringLiteral("SELECT group_concat(coalesce(Nome, '<Null>'), '|') "
-                                         "FROM (SELECT Nome FROM NivelCategoria4 ORDER BY Codigo)"))
-                  .toString();
-        company.closeSql();
-        auto db = Database::open(company.databasePath());
-        auto items = db->openRecordset(QStringLiteral("NivelCategoria4"), RecordsetType::Table);
-        QStringList read;
-        for (const QList<QVariant>& row : items->rows())
-            read << (row.at(1).isNull() ? QStringLiteral("<Null>") : row.at(1).toString());
-        QCOMPARE(read.join(QLatin1Char('|')), stored);
-    }
-
     // A row read apart and placed leaves the page as a requery in its order would, or is refused.
     void placeRow_data()
     {
@@ -83,62 +68,66 @@ private slots:
         QFETCH(int, code);
         QFETCH(bool, placed);
         TestCompany company;
-        company.closeSql();
-        auto db = Database::open(company.databasePath());
-        auto page = db->openRecordset(test::itemChainJoin());
+        const auto db = openAfter(company, {});
+        const auto page = db->openRecordset(test::itemChainJoin());
         page->sortByText(itemOrder);
         db->execute(change);
-        auto reread = db->openRecordset(test::itemChainJoin());
+        const auto reread = db->openRecordset(test::itemChainJoin());
         reread->sortByText(itemOrder);
         const QList<QList<QVariant>> expected = placed ? reread->rows() : page->rows();
-        auto row = db->openRecordset(
+        const auto row = db->openRecordset(
             test::itemChainJoin() + QStringLiteral("WHERE NivelCategoria4.Codigo = %1").arg(code));
         QCOMPARE(page->placeRow(QStringLiteral("NivelCategoria4.Codigo"), row->rows().first()), placed);
         QCOMPARE(page->rows(), expected);
     }
 
     // Rows left for later and read in slices, or by a first use, come as one read gives them:
-    // the same rows, bookmarks and order, ties included, and a table stays writable.
+    // the same rows, bookmarks and order, ties included, and a table stays writable. Texts read
+    // back as stored whether a column's repeats are shared or not (a column that turns to
+    // different texts stops being shared part way), Null and empty kept apart.
     void readLater_data()
     {
         QTest::addColumn<QString>("source");
         QTest::addColumn<QString>("keyField");
-        QTest::addColumn<bool>("sorted");
         QTest::addColumn<QString>("firstUse"); // empty: readMore until read
         const QString table = QStringLiteral("NivelCategoria4");
         const QString join = test::itemChainJoin();
         const QString key = QStringLiteral("NivelCategoria4.Codigo");
-        QTest::newRow("table in slices of its rowid") << table << QString() << false << QString();
-        QTest::newRow("join in slices of its key, sorted") << join << key << true << QString();
-        QTest::newRow("join, a find reads the rest") << join << key << true << QStringLiteral("find");
-        QTest::newRow("table, a write reads the rest")
-            << table << QString() << false << QStringLiteral("write");
+        QTest::newRow("table in slices of its rowid") << table << QString() << QString();
+        QTest::newRow("join in slices of its key, sorted") << join << key << QString();
+        QTest::newRow("join, a find reads the rest") << join << key << QStringLiteral("find");
+        QTest::newRow("table, a write reads the rest") << table << QString() << QStringLiteral("write");
         QTest::newRow("own order, read whole")
-            << QStringLiteral("SELECT * FROM NivelCategoria4 ORDER BY Nome DESC") << QString() << false
-            << QString();
+            << QStringLiteral("SELECT * FROM NivelCategoria4 ORDER BY Nome DESC") << QString() << QString();
     }
     void readLater()
     {
         QFETCH(QString, source);
         QFETCH(QString, keyField);
-        QFETCH(bool, sorted);
         QFETCH(QString, firstUse);
         TestCompany company(TestCompany::Seed::Empty);
         // Gaps in the codes, names repeated (rows equal on every name keep the read's order),
-        // a few items under named accounts.
-        company.exec(QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome) VALUES (1, 'B'), (2, 'A')"));
-        company.exec(
-            QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                           "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) "
-                           "SELECT i * 3, 'Nome ' || (i % 7), i % 4 FROM n WHERE i % 11 <> 0"));
-        company.closeSql();
-        auto db = Database::open(company.databasePath());
-        const RecordsetType type = keyField.isEmpty() && !source.startsWith(QLatin1String("SELECT"))
-            ? RecordsetType::Table
-            : RecordsetType::Dynaset;
-        auto whole = db->openRecordset(source, type);
-        auto later = Recordset::openLater(*db, source, type, keyField);
-        if (sorted) {
+        // then all different; a few items under named accounts.
+        const auto db = openAfter(company,
+            {QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome) VALUES (1, 'B'), (2, 'A')"),
+                insertItems(QStringLiteral("Codigo, Nome, CodigoCategoria3"),
+                    QStringLiteral(
+                        "i * 3, CASE WHEN i > 1500 THEN 'Único ' || i WHEN i % 5 = 0 THEN '' WHEN i % 5 = 1 "
+                        "THEN NULL ELSE 'Nome ' || (i % 7) END, i % 4"),
+                    QStringLiteral("i % 11 <> 0"))});
+        const bool table = source == QLatin1String("NivelCategoria4");
+        const RecordsetType type = table ? RecordsetType::Table : RecordsetType::Dynaset;
+        const auto whole = db->openRecordset(source, type);
+        if (table) {
+            QStringList stored;
+            for (QSqlQuery query(
+                     QStringLiteral("SELECT Nome FROM NivelCategoria4 ORDER BY Codigo"), company.sql());
+                 query.next();)
+                stored << (query.isNull(0) ? QStringLiteral("<Null>") : query.value(0).toString());
+            QCOMPARE(column(*whole, QStringLiteral("Nome")), stored);
+        }
+        const auto later = Recordset::openLater(*db, source, type, keyField);
+        if (!keyField.isEmpty()) {
             whole->sortByText(itemOrder);
             later->sortByText(itemOrder);
         }
@@ -146,8 +135,7 @@ private slots:
         QVERIFY(!later->isRead());
         if (firstUse == QLatin1String("find")) {
             QVERIFY(!later->readMore(700));
-            QVERIFY(later->findFirst(
-                (keyField.isEmpty() ? QStringLiteral("Codigo") : keyField) + QStringLiteral(" = 2001")));
+            QVERIFY(later->findFirst(keyField + QStringLiteral(" = 2001")));
         } else if (firstUse == QLatin1String("write")) {
             later->moveLast();
             later->edit();
@@ -158,7 +146,7 @@ private slots:
             int slices = 1;
             while (!later->readMore(700))
                 ++slices;
-            QCOMPARE(slices > 1, !keyField.isEmpty() || type == RecordsetType::Table);
+            QCOMPARE(slices > 1, !keyField.isEmpty() || table);
         }
         QVERIFY(later->isRead());
         QCOMPARE(later->rows(), whole->rows());
@@ -170,43 +158,38 @@ private slots:
     }
 
     // Rows sorted in memory come in the order the engine's ORDER BY gives them, read again too.
+    // Names that differ in case only are equal to the engine, which gives them in no fixed order:
+    // none here. An item whose account is gone has Null names above it and comes first.
     void sortedAsTheEngine_data()
     {
         QTest::addColumn<QStringList>("items");
         QTest::addColumn<QString>("added");
-        // Names that differ in case only are equal to the engine, which then gives them in no
-        // fixed order: none here.
         QTest::newRow("accents and case") << QStringList {"água", "Agua", "abacate", "Ábaco", "ZEBRA", "zebu",
             "Éclair", "eclair", "Eclairs"} << QStringLiteral("Ágata");
-        QTest::newRow("prefixes and blanks")
-            << QStringList {"abc", "abcd", "ab c", "ab", "", " ab", "a-b", "a b"} << QStringLiteral("abcd ");
-        QTest::newRow("digits and symbols")
-            << QStringList {"10 Kg", "9 Kg", "#1", "Ç", "c", "cz", "Ca", "ç1"} << QStringLiteral("Ça");
+        QTest::newRow("prefixes, blanks, digits and symbols") << QStringList {"abc", "abcd", "ab c", "ab", "",
+            " ab", "a-b", "a b", "10 Kg", "9 Kg", "#1", "Ç", "c", "cz", "Ca", "ç1"}
+                                                              << QStringLiteral("abcd ");
     }
     void sortedAsTheEngine()
     {
         QFETCH(QStringList, items);
         QFETCH(QString, added);
         TestCompany company;
-        // An item whose account is gone: its ancestors' names are Null and come first.
-        items << QStringLiteral("Órfão");
-        for (const QString& name : items)
-            company.exec(
-                QStringLiteral("INSERT INTO NivelCategoria4 (Nome, CodigoCategoria3) VALUES ('%1', %2)")
-                    .arg(name)
-                    .arg(name == QStringLiteral("Órfão") ? 99 : 6));
-        company.closeSql();
-        auto db = Database::open(company.databasePath());
-        const QString ordered
-            = test::itemChainJoin() + QStringLiteral("ORDER BY ") + itemOrder.join(QStringLiteral(", "));
-        auto sorted = db->openRecordset(test::itemChainJoin());
+        QStringList inserts {
+            QStringLiteral("INSERT INTO NivelCategoria4 (Nome, CodigoCategoria3) VALUES ('Órfão', 99)")};
+        for (const QString& name : items + QStringList {added})
+            inserts << QStringLiteral("INSERT INTO NivelCategoria4 (Nome, CodigoCategoria3) VALUES ('%1', 6)")
+                           .arg(name);
+        const auto db = openAfter(company, inserts.mid(0, inserts.size() - 1));
+        const QString ordered = test::itemChainJoin() + QStringLiteral("ORDER BY ") + itemOrder.join(", ");
+        const QString code = QStringLiteral("NivelCategoria4.Codigo");
+        const auto sorted = db->openRecordset(test::itemChainJoin());
         sorted->sortByText(itemOrder);
-        QCOMPARE(itemCodes(*sorted), itemCodes(*db->openRecordset(ordered)));
+        QCOMPARE(column(*sorted, code), column(*db->openRecordset(ordered), code));
         QCOMPARE(sorted->value(QStringLiteral("NivelCategoria4.Nome")).toString(), QStringLiteral("Órfão"));
-        db->execute(QStringLiteral("INSERT INTO NivelCategoria4 (Nome, CodigoCategoria3) VALUES ('%1', 6)")
-                        .arg(added));
+        db->execute(inserts.last());
         sorted->requery();
-        QCOMPARE(itemCodes(*sorted), itemCodes(*db->openRecordset(ordered)));
+        QCOMPARE(column(*sorted, code), column(*db->openRecordset(ordered), code));
     }
 };
 
