@@ -140,6 +140,30 @@ CommandLine parseReport(const QStringList& arguments)
     return line;
 }
 
+CommandLine parseMigration(const QStringList& arguments)
+{
+    CommandLine line;
+    line.action = CommandLine::Action::Migrate;
+    Options options(arguments);
+    while (!options.atEnd()) {
+        const QString name = options.nextName();
+        QString* target = name == QLatin1String("--para-postgresql") ? &line.toServer
+            : name == QLatin1String("--para-sqlite")                 ? &line.toFile
+            : name == QLatin1String("--programa")                    ? &line.programFolder
+                                                                     : nullptr;
+        if (!target)
+            return failure(unknownOption(name));
+        const std::optional<QString> value = options.value();
+        if (!value || value->trimmed().isEmpty())
+            return failure(missingValue(name));
+        *target = *value;
+    }
+    if (line.toServer.isEmpty() == line.toFile.isEmpty())
+        return failure(
+            QStringLiteral("Diga para onde migrar: --para-postgresql CONEXAO ou --para-sqlite ARQUIVO."));
+    return line;
+}
+
 } // namespace
 
 QString defaultDemoFolder()
@@ -161,6 +185,11 @@ QString usageText()
         "  varemo-contas relatorio personalizado NOME --de dd-mm-aaaa --ate dd-mm-aaaa --pdf SAIDA\n"
         "                [--programa PASTA]\n"
         "      grava o relatório personalizado NOME do período\n"
+        "  varemo-contas migrar --para-postgresql CONEXAO [--programa PASTA]\n"
+        "      copia a empresa para um banco vazio de um servidor PostgreSQL; CONEXAO como os\n"
+        "      programas do PostgreSQL a escrevem (\"host=servidor dbname=varemo user=varemo\")\n"
+        "  varemo-contas migrar --para-sqlite ARQUIVO [--programa PASTA]\n"
+        "      copia a empresa (de volta) para um arquivo novo\n"
         "  Nos relatórios, --xlsx SAIDA grava uma planilha do Excel e --csv SAIDA um texto separado\n"
         "  por ponto e vírgula, no lugar de --pdf ou junto com ele.\n")
         .arg(defaultDemoFolder());
@@ -170,6 +199,8 @@ CommandLine parseCommandLine(const QStringList& arguments)
 {
     if (!arguments.isEmpty() && arguments.first() == QLatin1String("relatorio"))
         return parseReport(arguments.mid(1));
+    if (!arguments.isEmpty() && arguments.first() == QLatin1String("migrar"))
+        return parseMigration(arguments.mid(1));
 
     CommandLine line;
     bool demo = false;

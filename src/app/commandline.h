@@ -12,9 +12,10 @@ namespace varemo {
 //   varemo-contas relatorio plano --nivel N (--pdf|--xlsx|--csv) OUT [--programa DIR]
 //   varemo-contas relatorio personalizado NOME --de dd-mm-yyyy --ate dd-mm-yyyy (--pdf|--xlsx|--csv) OUT
 //                 [--programa DIR]
+//   varemo-contas migrar (--para-postgresql CONNINFO | --para-sqlite FILE) [--programa DIR]
 // A report may be written in several of the formats at once.
 struct CommandLine {
-    enum class Action { Run, Demo, Report, Help, Error };
+    enum class Action { Run, Demo, Report, Migrate, Help, Error };
     Action action = Action::Run;
 
     QString programFolder; // --programa; empty: the executable's own folder
@@ -28,6 +29,10 @@ struct CommandLine {
     QString pdf; // the output files; empty when not asked for
     QString xlsx;
     QString csv;
+
+    // migrar: where the installation's company goes, a server or a new file.
+    QString toServer; // a libpq connection text
+    QString toFile;
 
     QString error; // a Portuguese sentence for Action::Error
 };

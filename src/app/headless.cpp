@@ -3,8 +3,8 @@
 #include "app/headless.h"
 
 #include "app/commandline.h"
+#include "app/consoledesktop.h"
 #include "app/desktop.h"
-#include "app/silentdesktop.h"
 #include "app/startup.h"
 #include "app/state.h"
 #include "data/recordset.h"
@@ -17,7 +17,6 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 
-#include <cstdio>
 #include <optional>
 
 namespace varemo {
@@ -26,20 +25,8 @@ namespace {
 
 void say(const QString& text)
 {
-    std::fprintf(stderr, "%s\n", text.toLocal8Bit().constData());
+    ConsoleDesktop::say(text);
 }
-
-// Start-up's messages become lines on stderr; nothing waits for an answer.
-class ConsoleDesktop : public SilentDesktop {
-public:
-    int msgbox(const QString& prompt, int buttons, const QString& title) override
-    {
-        QString text = prompt;
-        text.replace(QLatin1String("\r\n"), QLatin1String(" ")).replace(QLatin1Char('\r'), QLatin1Char(' '));
-        say(title.isEmpty() ? text : title + QStringLiteral(": ") + text);
-        return (buttons & 0x0F) == vb::YesNo ? vb::No : vb::OK;
-    }
-};
 
 // The saved definition of this name, compared as the database compares names (letter case
 // aside), with its name as saved.

@@ -5,6 +5,7 @@
 #include "app/entrada.h"
 #include "app/errorlog.h"
 #include "app/headless.h"
+#include "app/migrar.h"
 #include "app/qtdesktop.h"
 #include "app/singleinstance.h"
 #include "app/state.h"
@@ -268,6 +269,8 @@ int run(int argc, char** argv)
         return ExitUsage;
     case CommandLine::Action::Report:
         return runReport(line, argc, argv);
+    case CommandLine::Action::Migrate:
+        return runMigration(line, argc, argv);
     case CommandLine::Action::Run:
     case CommandLine::Action::Demo:
         break;

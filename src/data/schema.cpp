@@ -106,7 +106,12 @@ QString serverColumns(const char* columns)
 void createOnServer(QSqlDatabase& database)
 {
     QSqlQuery query(database);
-    run(query, QStringLiteral("BEGIN"));
+    // Inside the caller's transaction (a company moved to the server: schema and rows all or
+    // nothing) a savepoint; alone, a transaction of its own. The server refuses a savepoint
+    // outside a transaction, which is how the two are told apart.
+    const bool alone = !query.exec(QStringLiteral("SAVEPOINT varemo_schema"));
+    if (alone)
+        run(query, QStringLiteral("BEGIN"));
     try {
         // Names compare and sort as Jet does: case ignored for every letter, accents kept,
         // an accented letter beside its base letter. Jet's Yes/No holds -1 or 0 as a number.
@@ -122,10 +127,10 @@ void createOnServer(QSqlDatabase& database)
         for (const char* statement : indexes)
             run(query, QString::fromLatin1(statement));
     } catch (const JetError&) {
-        query.exec(QStringLiteral("ROLLBACK"));
+        query.exec(alone ? QStringLiteral("ROLLBACK") : QStringLiteral("ROLLBACK TO varemo_schema"));
         throw;
     }
-    run(query, QStringLiteral("COMMIT"));
+    run(query, alone ? QStringLiteral("COMMIT") : QStringLiteral("RELEASE varemo_schema"));
 }
 
 } // namespace
