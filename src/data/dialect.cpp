@@ -429,6 +429,8 @@ Translation Translator::run()
     rewriteConcatenation();
     rewriteLike();
     collateText();
+    if (m_target.server)
+        rewriteIif();
     const Token& head = m_tokens[first];
     if (head.isWord("SELECT")) {
         collateOrdering("GROUP");

@@ -88,6 +88,38 @@ QString serverConcat(const QString& left, const QString& right)
         .arg(left, right);
 }
 
+// The server has no IIf: Jet's IIf(c, a, b) becomes the CASE it stands for, once its
+// arguments are translated. From the last call back, so that a call nested in another's
+// arguments is already a CASE when the outer one is rewritten.
+void Translator::rewriteIif()
+{
+    for (qsizetype at = m_tokens.size() - 1; at >= 0; --at) {
+        if (m_tokens[at].kind != Kind::Name
+            || m_tokens[at].text.compare(QLatin1String("iif"), Qt::CaseInsensitive) != 0)
+            continue;
+        const qsizetype open = next(at + 1);
+        if (open >= m_tokens.size() || !m_tokens[open].isPunct('('))
+            continue;
+        qsizetype close = open;
+        for (int depth = 0; close < m_tokens.size(); ++close) {
+            if (m_tokens[close].isPunct('('))
+                ++depth;
+            else if (m_tokens[close].isPunct(')') && --depth == 0)
+                break;
+        }
+        if (close == m_tokens.size())
+            fail();
+        const auto arguments = splitTop(open + 1, close);
+        if (arguments.size() != 3)
+            fail();
+        replace(at, close + 1,
+            QStringLiteral("(CASE WHEN %1 THEN %2 ELSE %3 END)")
+                .arg(join(arguments[0].first, arguments[0].second),
+                    join(arguments[1].first, arguments[1].second),
+                    join(arguments[2].first, arguments[2].second)));
+    }
+}
+
 } // namespace detail
 
 JetError fromPostgres(const QString& sqlState, const QString& message, const QString& statement)

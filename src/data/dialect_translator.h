@@ -55,6 +55,7 @@ private:
     void rewriteLiterals();
     void rewriteConcatenation();
     void rewriteLike();
+    void rewriteIif();
     bool listHoldsText(qsizetype open) const;
     void collateText();
     void collateOrdering(const char* firstWord);
