@@ -21,27 +21,19 @@ private slots:
     void thereAndBack()
     {
         test::TestCompany company(test::TestCompany::Seed::Demo);
-        const QString database = test::PgServer::instance().createDatabase();
-        QCOMPARE(migrar({"--para-postgresql", conninfo(database)}, company.programFolder()), 0);
-        QVERIFY2(m_out.contains(QStringLiteral("VendaProdutos")), qPrintable(m_out));
-        const QString section = m_out.mid(m_out.indexOf(QLatin1String("[Servidor]")));
-        test::writeFile(company.dataFolder() + QStringLiteral("Empresa.ini"),
-            test::readFile(company.dataFolder() + QStringLiteral("Empresa.ini")) + "\r\n" + section.toUtf8());
+        const QString server = conninfo(test::PgServer::instance().createDatabase());
+        QCOMPARE(migrar({"--para-postgresql", server}, company.programFolder()), 0);
+        const QString ini = company.dataFolder() + QStringLiteral("Empresa.ini");
+        test::writeFile(ini, test::readFile(ini) + "\r\n" + m_out.mid(m_out.indexOf("[Servidor]")).toUtf8());
         QTemporaryDir out;
-        const QString back = out.filePath(QStringLiteral("volta.mdb"));
-        QCOMPARE(migrar({"--para-sqlite", back}, company.programFolder()), 0);
+        QCOMPARE(migrar({"--para-sqlite", out.filePath("volta.mdb")}, company.programFolder()), 0);
         QVERIFY2(m_out.contains(QStringLiteral("Conferido")), qPrintable(m_out));
-        QSqlDatabase again = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("volta"));
-        again.setDatabaseName(back);
-        QVERIFY(again.open());
+        QSqlDatabase again = open(out.filePath("volta.mdb"));
         for (const QString& table : schema::tableNames()) {
             const QStringList rows = dump(company.sql(), table);
             QVERIFY2(rows.size() > 0 || table == QLatin1String("Procura"), qPrintable(table));
             QCOMPARE(dump(again, table), rows);
         }
-        again.close();
-        again = QSqlDatabase();
-        QSqlDatabase::removeDatabase(QStringLiteral("volta"));
     }
 
     // "%S" a server database holding a table of its own, "%F" a file holding one, "%P" the
@@ -69,78 +61,62 @@ private slots:
         QFETCH(QString, said);
         test::TestCompany company(test::TestCompany::Seed::Small);
         QTemporaryDir empty;
+        const QString server = conninfo(test::PgServer::instance().createDatabase());
         const QString file = empty.filePath(QStringLiteral("outra.mdb"));
-        const QString database = test::PgServer::instance().createDatabase();
-        const QString ownTable
-            = QStringLiteral("CREATE TABLE Outra (x integer); INSERT INTO Outra VALUES (1)");
-        const QStringList server = inDatabase(conninfo(database), QStringLiteral("QPSQL"), ownTable);
-        const QStringList before = inDatabase(file, QStringLiteral("QSQLITE"), ownTable);
+        for (const QString& target : {server, file})
+            QSqlQuery(open(target)).exec(QStringLiteral("CREATE TABLE Outra (x integer)"));
         for (QString& argument : arguments)
-            argument.replace(QLatin1String("%S"), conninfo(database))
-                .replace(QLatin1String("%F"), file)
-                .replace(QLatin1String("%P"), company.programFolder())
-                .replace(QLatin1String("%E"), empty.path());
+            argument.replace("%S", server)
+                .replace("%F", file)
+                .replace("%P", company.programFolder())
+                .replace("%E", empty.path());
         QCOMPARE(migrar(arguments, company.programFolder()), exitCode);
         QVERIFY2(m_err.contains(said), qPrintable(m_err));
         // Nothing written: each target holds its one table as before.
-        QCOMPARE(inDatabase(conninfo(database), QStringLiteral("QPSQL"), {}), server);
-        QCOMPARE(inDatabase(file, QStringLiteral("QSQLITE"), {}), before);
+        for (const QString& target : {server, file})
+            QCOMPARE(open(target).tables().size(), 1);
         QVERIFY(!QFile::exists(empty.filePath(QStringLiteral("e.mdb"))));
     }
 
 private:
     static QString conninfo(const QString& database)
     {
-        return QStringLiteral("host=%1 port=%2 dbname=%3 user=postgres")
-            .arg(test::PgServer::instance().socketFolder())
-            .arg(test::PgServer::instance().port())
-            .arg(database);
+        return "host=" + test::PgServer::instance().socketFolder() + " dbname=" + database + " user=postgres";
     }
 
-    // Runs the statements, then names every table the database holds.
-    static QStringList inDatabase(const QString& where, const QString& driver, const QString& statements)
+    // A connection, one per target, to a server database (by conninfo) or to a file.
+    static QSqlDatabase open(const QString& target)
     {
-        QStringList tables;
-        {
-            QSqlDatabase db = QSqlDatabase::addDatabase(driver, QStringLiteral("check"));
-            const bool server = driver == QLatin1String("QPSQL");
-            if (server) {
-                db.setHostName(test::PgServer::instance().socketFolder());
-                db.setUserName(QStringLiteral("postgres"));
-            }
-            db.setDatabaseName(
-                server ? where.section(QLatin1String("dbname="), 1).section(u' ', 0, 0) : where);
-            if (db.open()) {
-                for (const QString& statement : statements.split(u';', Qt::SkipEmptyParts))
-                    QSqlQuery(db).exec(statement);
-                tables = db.tables();
-            }
-        }
-        QSqlDatabase::removeDatabase(QStringLiteral("check"));
-        return tables;
+        const bool server = target.startsWith(QLatin1String("host="));
+        if (QSqlDatabase::contains(target))
+            return QSqlDatabase::database(target);
+        QSqlDatabase db = QSqlDatabase::addDatabase(server ? "QPSQL" : "QSQLITE", target);
+        db.setHostName(test::PgServer::instance().socketFolder());
+        db.setUserName(QStringLiteral("postgres"));
+        db.setDatabaseName(server ? target.section(QLatin1String("dbname="), 1).section(u' ', 0, 0) : target);
+        db.open();
+        return db;
     }
 
     static QStringList dump(const QSqlDatabase& db, const QString& table)
     {
-        QSqlQuery query(db);
-        query.exec(QStringLiteral("SELECT rowid, * FROM %1 ORDER BY rowid").arg(table));
+        QSqlQuery query(QStringLiteral("SELECT rowid, * FROM %1 ORDER BY rowid").arg(table), db);
         QStringList rows;
         while (query.next()) {
-            QStringList row;
+            rows << QString();
             for (int c = 0; c < query.record().count(); ++c)
-                row << query.value(c).toString();
-            rows << row.join(u'|');
+                rows.last() += query.value(c).toString() + u'|';
         }
         return rows;
     }
 
-    int migrar(const QStringList& arguments, const QString& programFolder)
+    int migrar(QStringList arguments, const QString& programFolder)
     {
-        QStringList all = QStringList {QStringLiteral("migrar")} + arguments;
-        if (!all.contains(QLatin1String("--programa")))
-            all << QStringLiteral("--programa") << programFolder;
+        if (!arguments.contains(QLatin1String("--programa")))
+            arguments << QStringLiteral("--programa") << programFolder;
         QProcess program;
-        program.start(qEnvironmentVariable("VAREMO_PROGRAM_DIR") + QStringLiteral("/varemo-contas"), all);
+        program.start(qEnvironmentVariable("VAREMO_PROGRAM_DIR") + QStringLiteral("/varemo-contas"),
+            QStringList {QStringLiteral("migrar")} + arguments);
         if (!program.waitForFinished(120000))
             return -1;
         m_out = QString::fromLocal8Bit(program.readAllStandardOutput());
