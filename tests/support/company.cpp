@@ -25,56 +25,37 @@ namespace {
 // typed items; accents; sales concluded and not; purchases of products and of items; a line
 // without products; a line and a product without a name.
 const char* const smallSeed = R"(
-INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo)
-    VALUES ('  Padaria Teste Ltda  ', 0, 1, 0);
+INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo) VALUES ('  Padaria Teste Ltda  ', 0, 1, 0);
 INSERT INTO NivelCategoria0 (Codigo, Nome) VALUES (1, 'Receitas'), (2, 'Despesas'), (3, 'Vazia');
 INSERT INTO NivelCategoria1 (Codigo, Nome, CodigoCategoria0, Travado) VALUES
-    (1, 'Receitas Clientes', 1, 1),
-    (2, 'Despesas Fornecedores', 2, 1),
-    (3, 'Despesas Administrativas', 2, NULL),
-    (4, 'Receitas Financeiras', 1, 0);
-INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1, Travado) VALUES
-    (1, 'Vendas Produtos', 1, 1),
-    (2, 'Vendas Insumos', 1, 0),
-    (3, 'Fornecedores Produtos', 2, 1),
-    (4, 'Fornecedores Insumos', 2, 0),
-    (5, 'Ocupação', 3, NULL),
-    (6, 'Vendas Produtos', 4, 0);
-INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES
-    (1, 'Pães', 1),
-    (2, 'Farinhas', 2),
-    (3, 'Pães', 3),
-    (4, 'Farinhas', 4),
-    (5, 'Aluguel e condomínio', 5),
-    (6, 'Energia', 5),
+    (1, 'Receitas Clientes', 1, 1), (2, 'Despesas Fornecedores', 2, 1),
+    (3, 'Despesas Administrativas', 2, NULL), (4, 'Receitas Financeiras', 1, 0);
+INSERT INTO NivelCategoria2 (Codigo, Nome, CodigoCategoria1, Travado) VALUES (1, 'Vendas Produtos', 1, 1),
+    (2, 'Vendas Insumos', 1, 0), (3, 'Fornecedores Produtos', 2, 1), (4, 'Fornecedores Insumos', 2, 0),
+    (5, 'Ocupação', 3, NULL), (6, 'Vendas Produtos', 4, 0);
+INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES (1, 'Pães', 1), (2, 'Farinhas', 2),
+    (3, 'Pães', 3), (4, 'Farinhas', 4), (5, 'Aluguel e condomínio', 5), (6, 'Energia', 5),
     (7, 'Aplicações', 6);
 INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3, CodigoProduto, Marca) VALUES
-    (1, 'Pão francês', 1, 1, 0),
-    (2, 'Baguete', 1, 2, 0),
-    (3, 'Farinha de trigo', 2, 0, 0),
-    (4, 'Pão francês', 3, 1, 0),
-    (5, 'Farinha de trigo', 4, 3, 0),
-    (6, 'Aluguel da loja', 5, 0, 0),
-    (7, 'Condomínio', 5, 0, 0),
-    (8, 'Conta de luz', 6, 0, 0),
-    (9, 'CDB', 7, 0, 0);
+    (1, 'Pão francês', 1, 1, 0), (2, 'Baguete', 1, 2, 0), (3, 'Farinha de trigo', 2, 0, 0),
+    (4, 'Pão francês', 3, 1, 0), (5, 'Farinha de trigo', 4, 3, 0), (6, 'Aluguel da loja', 5, 0, 0),
+    (7, 'Condomínio', 5, 0, 0), (8, 'Conta de luz', 6, 0, 0), (9, 'CDB', 7, 0, 0);
 INSERT INTO Linhas (CodigoLinha, NomeLinha, Insumo) VALUES
     (1, 'Pães', 0), (2, 'Farinhas', 1), (3, 'Sorvetes', 0), (4, NULL, 0);
 INSERT INTO Produtos (CodigoProduto, CodigoLinha, NomeProduto) VALUES
     (1, 1, 'Pão francês'), (2, 1, 'Baguete'), (3, 2, 'Farinha de trigo'), (4, 1, NULL);
-INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES
-    (1, '2026-03-01', 1), (2, '2026-03-15', 1), (3, '2026-03-31', 1), (4, '2026-03-10', 0),
-    (5, '2026-04-01', 1);
+INSERT INTO Venda (Codigo, DataDocumento, Venda) VALUES (1, '2026-03-01', 1), (2, '2026-03-15', 1),
+    (3, '2026-03-31', 1), (4, '2026-03-10', 0), (5, '2026-04-01', 1);
 INSERT INTO VendaProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, PrecoUnit, QdeComprada) VALUES
-    (1, 1, 1, 1, 0.5, 100), (2, 1, 1, 1, 0.5, 40), (3, 2, 1, 1, 8.0, 3),
-    (4, 1, 1, 1, 0.5, 999), (5, 1, 1, 1, 0.5, 7), (2, 9, 4, 0, 120.0, 1);
+    (1, 1, 1, 1, 0.5, 100), (2, 1, 1, 1, 0.5, 40), (3, 2, 1, 1, 8.0, 3), (4, 1, 1, 1, 0.5, 999),
+    (5, 1, 1, 1, 0.5, 7), (2, 9, 4, 0, 120.0, 1);
 INSERT INTO Compra (Codigo, DataDocumento) VALUES (1, '2026-03-05'), (2, '2026-03-20');
 INSERT INTO CompraProdutos (Codigo, CodigoProduto, CodigoSetor, Produto, PrecoUnit, QdeComprada) VALUES
     (1, 3, 2, 1, 150.0, 2), (1, 6, 3, 0, 2500.0, 1), (2, 8, 3, 0, 420.5, 1);
 INSERT INTO Relatorios (CodigoRelatorio, NomeRelatorio) VALUES (1, 'Resultado Mensal');
 INSERT INTO RelatorioItens (CodigoRelatorio, Nivel, CodigoConta, Imagem) VALUES
-    (1, 'N0', 2, 2), (1, 'N1', 3, 3), (1, 'N2', 5, 3), (1, 'N3', 5, 3), (1, 'N3', 6, 3),
-    (1, 'N4', 6, 3), (1, 'N4', 7, 3), (1, 'N4', 8, 3);
+    (1, 'N0', 2, 2), (1, 'N1', 3, 3), (1, 'N2', 5, 3), (1, 'N3', 5, 3), (1, 'N3', 6, 3), (1, 'N4', 6, 3),
+    (1, 'N4', 7, 3), (1, 'N4', 8, 3);
 )";
 
 // Plain copies: QFile::copy flushes every file to disk, too slow for a fixture made per test.
@@ -86,26 +67,52 @@ void copyTree(const QString& from, const QString& to)
         std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing, error);
 }
 
+QSqlDatabase connect(
+    const QString& name, const QString& driver, const QString& database, const PgServer* server = nullptr)
+{
+    if (QSqlDatabase::contains(name))
+        return QSqlDatabase::database(name);
+    QSqlDatabase db = QSqlDatabase::addDatabase(driver, name);
+    db.setDatabaseName(database);
+    if (server) {
+        db.setHostName(server->socketFolder());
+        db.setPort(server->port());
+        db.setUserName(server->user());
+    }
+    if (!db.open())
+        qFatal("TestCompany: %s: %s", qPrintable(database), qPrintable(db.lastError().text()));
+    return db;
+}
+
+// A failed check statement fails the test that wrote it, with its text.
+void run(QSqlQuery& query, const QString& statement)
+{
+    if (!query.exec(statement))
+        QTest::qFail(
+            qPrintable(statement + QStringLiteral(": ") + query.lastError().text()), __FILE__, __LINE__);
+}
+
 void seedDatabase(const QString& path, const char* seedSql)
 {
     const QString name = QStringLiteral("varemo-test-seed");
     {
-        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-        db.setDatabaseName(path);
-        if (!db.open())
-            qFatal("TestCompany: cannot create %s", qPrintable(path));
-        QSqlQuery(db).exec(QStringLiteral("PRAGMA synchronous = OFF")); // a scratch file: no flushes
+        QSqlDatabase db = connect(name, QStringLiteral("QSQLITE"), path);
+        QSqlQuery query(db);
+        query.exec(QStringLiteral("PRAGMA synchronous = OFF")); // a scratch file: no flushes
         db.transaction();
         schema::create(db);
-        QSqlQuery query(db);
-        const auto statements = QString::fromUtf8(seedSql).split(QLatin1Char(';'), Qt::SkipEmptyParts);
-        for (const auto& statement : statements)
+        for (const auto& statement : QString::fromUtf8(seedSql).split(QLatin1Char(';'), Qt::SkipEmptyParts))
             if (!statement.trimmed().isEmpty() && !query.exec(statement))
                 qFatal("TestCompany: seed failed: %s", qPrintable(query.lastError().text()));
         db.commit();
         db.close();
     }
     QSqlDatabase::removeDatabase(name);
+}
+
+QString firstWord(const QString& statement)
+{
+    return statement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
 }
 
 } // namespace
@@ -119,27 +126,23 @@ TestCompany::TestCompany(Seed seed)
     const QString built = qEnvironmentVariable("VAREMO_PROGRAM_DIR");
     if (seed == Seed::Demo) {
         demo::build(m_dir.path(), built, demoToday());
-        if (onServer())
-            moveToServer();
-        return;
+    } else {
+        QDir().mkpath(programFolder());
+        QDir().mkpath(dataFolder() + QStringLiteral("Dados"));
+        // The suite writes Caminho.dad on Windows: CR LF, data folder with its closing separator.
+        writeFile(programFolder() + QStringLiteral("Caminho.dad"),
+            (dataFolder() + QStringLiteral("\r\n")).toUtf8());
+        writeFile(dataFolder() + QStringLiteral("Empresa.ini"),
+            QByteArrayLiteral("[Empresa]\r\nNome=Padaria Teste\r\n"));
+        if (!built.isEmpty()) {
+            copyTree(built + QStringLiteral("/Sons"), programFolder() + QStringLiteral("Sons/"));
+            copyTree(built + QStringLiteral("/Ajuda"), programFolder() + QStringLiteral("Ajuda/"));
+        }
+        seedDatabase(databasePath(),
+            seed == Seed::Small ? smallSeed
+                                : "INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo) VALUES "
+                                  "('Empresa Vazia Ltda', 0, 1, 0)");
     }
-    QDir().mkpath(programFolder());
-    QDir().mkpath(dataFolder() + QStringLiteral("Dados"));
-
-    // The suite writes Caminho.dad on Windows: CR LF, data folder with its closing separator.
-    writeFile(
-        programFolder() + QStringLiteral("Caminho.dad"), (dataFolder() + QStringLiteral("\r\n")).toUtf8());
-    writeFile(dataFolder() + QStringLiteral("Empresa.ini"),
-        QByteArrayLiteral("[Empresa]\r\nNome=Padaria Teste\r\n"));
-    if (!built.isEmpty()) {
-        copyTree(built + QStringLiteral("/Sons"), programFolder() + QStringLiteral("Sons/"));
-        copyTree(built + QStringLiteral("/Ajuda"), programFolder() + QStringLiteral("Ajuda/"));
-    }
-
-    seedDatabase(databasePath(),
-        seed == Seed::Small ? smallSeed
-                            : "INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo) VALUES "
-                              "('Empresa Vazia Ltda', 0, 1, 0)");
     if (onServer())
         moveToServer();
 }
@@ -153,35 +156,25 @@ void TestCompany::moveToServer()
         QSqlDatabase file = sql();
         QSqlDatabase target = serverSql();
         servercompany::copy(file, target);
-        m_fileStamp = fileStamp();
-        m_serverPosition = serverPosition();
     } catch (const JetError& error) {
         qFatal("TestCompany: copy to the server failed: %s", qPrintable(error.description()));
     }
-    const QByteArray section
-        = QStringLiteral("\r\n[Servidor]\r\nServidor=%1\r\nPorta=%2\r\nBanco=%3\r\nUsuario=%4\r\n")
-              .arg(server.socketFolder())
-              .arg(server.port())
-              .arg(m_serverDatabase, server.user())
-              .toUtf8();
+    m_fileStamp = fileStamp();
+    m_serverPosition = serverPosition();
     const QString ini = dataFolder() + QStringLiteral("Empresa.ini");
-    writeFile(ini, readFile(ini) + section);
+    writeFile(ini,
+        readFile(ini)
+            + QStringLiteral("\r\n[Servidor]\r\nServidor=%1\r\nPorta=%2\r\nBanco=%3\r\nUsuario=%4\r\n")
+                  .arg(server.socketFolder())
+                  .arg(server.port())
+                  .arg(m_serverDatabase, server.user())
+                  .toUtf8());
 }
 
 QSqlDatabase TestCompany::serverSql()
 {
-    const QString name = m_connection + QStringLiteral("-server");
-    if (QSqlDatabase::contains(name))
-        return QSqlDatabase::database(name);
-    const PgServer& server = PgServer::instance();
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
-    db.setHostName(server.socketFolder());
-    db.setPort(server.port());
-    db.setUserName(server.user());
-    db.setDatabaseName(m_serverDatabase);
-    if (!db.open())
-        qFatal("TestCompany: %s", qPrintable(db.lastError().text()));
-    return db;
+    return connect(m_connection + QStringLiteral("-server"), QStringLiteral("QPSQL"), m_serverDatabase,
+        &PgServer::instance());
 }
 
 QString TestCompany::fileStamp() const
@@ -229,7 +222,7 @@ void TestCompany::sync()
 // A test's BEGIN holds the server's tables as SQLite's would hold the file, until its ROLLBACK.
 bool TestCompany::serverTransaction(const QString& statement)
 {
-    const QString word = statement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
+    const QString word = firstWord(statement);
     QSqlQuery query(serverSql());
     if (word == QLatin1String("BEGIN")) {
         const QString mode = statement.contains(QLatin1String("EXCLUSIVE"), Qt::CaseInsensitive)
@@ -238,19 +231,16 @@ bool TestCompany::serverTransaction(const QString& statement)
             ? QStringLiteral("EXCLUSIVE")
             : QStringLiteral("SHARE");
         query.exec(QStringLiteral("BEGIN"));
-        query.exec(QStringLiteral("LOCK TABLE %1 IN %2 MODE")
-                       .arg(schema::tableNames().join(QLatin1String(", ")), mode));
+        query.exec(QStringLiteral("LOCK TABLE %1 IN %2 MODE").arg(schema::tableNames().join(", "), mode));
         m_serverTransaction = true;
         return true;
     }
-    if (word == QLatin1String("ROLLBACK") || word == QLatin1String("COMMIT")
-        || word == QLatin1String("END")) {
-        query.exec(word);
-        m_serverTransaction = false;
-        m_serverPosition.clear();
-        return true;
-    }
-    return false;
+    if (word != QLatin1String("ROLLBACK") && word != QLatin1String("COMMIT") && word != QLatin1String("END"))
+        return false;
+    query.exec(word);
+    m_serverTransaction = false;
+    m_serverPosition.clear();
+    return true;
 }
 
 TestCompany::~TestCompany()
@@ -267,24 +257,14 @@ TestCompany::~TestCompany()
 
 QSqlDatabase TestCompany::sql()
 {
-    if (QSqlDatabase::contains(m_connection))
-        return QSqlDatabase::database(m_connection);
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connection);
-    db.setDatabaseName(databasePath());
-    if (!db.open())
-        QTest::qFail(qPrintable(db.lastError().text()), __FILE__, __LINE__);
-    return db;
+    return connect(m_connection, QStringLiteral("QSQLITE"), databasePath());
 }
 
 QVariant TestCompany::scalar(const QString& sqliteQuery)
 {
     sync();
     QSqlQuery query(sql());
-    if (!query.exec(sqliteQuery)) {
-        QTest::qFail(
-            qPrintable(sqliteQuery + QStringLiteral(": ") + query.lastError().text()), __FILE__, __LINE__);
-        return {};
-    }
+    run(query, sqliteQuery);
     return query.next() ? query.value(0) : QVariant();
 }
 
@@ -294,18 +274,14 @@ void TestCompany::exec(const QString& sqliteStatement)
         return;
     sync();
     QSqlQuery query(sql());
-    if (!query.exec(sqliteStatement))
-        QTest::qFail(qPrintable(sqliteStatement + QStringLiteral(": ") + query.lastError().text()), __FILE__,
-            __LINE__);
+    run(query, sqliteStatement);
     m_fileStamp.clear(); // the file is ahead now
-    const QString word = sqliteStatement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
+    const QString word = firstWord(sqliteStatement);
     if (!m_serverDatabase.isEmpty()
         && (word == QLatin1String("DROP") || word == QLatin1String("CREATE")
             || word == QLatin1String("ALTER"))) {
         QSqlQuery server(serverSql());
-        if (!server.exec(sqliteStatement))
-            QTest::qFail(qPrintable(sqliteStatement + QStringLiteral(": ") + server.lastError().text()),
-                __FILE__, __LINE__);
+        run(server, sqliteStatement);
     }
     sync();
 }

@@ -33,9 +33,7 @@ public:
     QString databasePath() const { return dataFolder() + QStringLiteral("Dados/empresa.mdb"); }
     QString errorLogPath() const { return dataFolder() + QStringLiteral("Dados/Erros.txt"); }
 
-    // The server database the company lives in, empty when it lives in its file.
-    QString serverDatabase() const { return m_serverDatabase; }
-
+    QString serverDatabase() const { return m_serverDatabase; } // empty when it lives in its file
     // A direct connection to the file for checks, outside the program's data layer. On a
     // server, scalar() and exec() keep the file and the server alike: the checks hold on both.
     QSqlDatabase sql();
@@ -55,9 +53,8 @@ private:
     QTemporaryDir m_dir;
     QString m_connection;
     QString m_serverDatabase;
-    // The file's time and size and the server's write position when both were last alike.
-    QString m_fileStamp;
-    QString m_serverPosition;
+    QString m_fileStamp, m_serverPosition; // the file's time and size, the server's write position
+                                           // when both were last alike
     bool m_serverTransaction = false;
 };
 
