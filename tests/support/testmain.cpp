@@ -12,29 +12,18 @@ int main(int argc, char** argv)
     QApplication app(argc, argv);
     QApplication::setOrganizationName(QStringLiteral("VaremoTestes"));
     QTEST_SET_MAIN_SOURCE_PATH
-
-    QString only;
-    QStringList qtestArgs {QString::fromLocal8Bit(argv[0])};
-    for (int i = 1; i < argc; ++i) {
-        const QString arg = QString::fromLocal8Bit(argv[i]);
-        if (i == 1 && !arg.startsWith(QLatin1Char('-')))
-            only = arg;
-        else
-            qtestArgs << arg;
-    }
-
+    QStringList qtestArgs = QApplication::arguments();
+    const QString only
+        = argc > 1 && !qtestArgs[1].startsWith(QLatin1Char('-')) ? qtestArgs.takeAt(1) : QString();
     int failures = 0;
     bool ran = false;
-    for (const auto& entry : varemo::test::registry()) {
-        if (!only.isEmpty() && entry.name != only)
+    for (const auto& [name, make] : varemo::test::registry()) {
+        if (!only.isEmpty() && name != only)
             continue;
         ran = true;
-        const auto object = entry.make();
-        failures += QTest::qExec(object.get(), qtestArgs);
+        failures += QTest::qExec(make().get(), qtestArgs);
     }
-    if (!ran) {
+    if (!ran)
         std::fprintf(stderr, "no test named %s\n", qPrintable(only));
-        return 2;
-    }
-    return failures == 0 ? 0 : 1;
+    return !ran ? 2 : failures == 0 ? 0 : 1;
 }

@@ -10,24 +10,18 @@
 
 namespace varemo::test {
 
-struct Entry {
-    QString name;
-    std::function<std::unique_ptr<QObject>()> make;
-};
-
-inline std::vector<Entry>& registry()
+// Each test file's class, by the file's name without "test_".
+inline std::vector<std::pair<QString, std::function<std::unique_ptr<QObject>()>>>& registry()
 {
-    static std::vector<Entry> entries;
+    static std::vector<std::pair<QString, std::function<std::unique_ptr<QObject>()>>> entries;
     return entries;
 }
 
 struct Registration {
     Registration(const char* file, std::function<std::unique_ptr<QObject>()> make)
     {
-        QString name = QFileInfo(QString::fromUtf8(file)).completeBaseName();
-        if (name.startsWith(QLatin1String("test_")))
-            name = name.mid(5);
-        registry().push_back({name, std::move(make)});
+        registry().emplace_back(
+            QFileInfo(QString::fromUtf8(file)).completeBaseName().remove(0, 5), std::move(make));
     }
 };
 
