@@ -3,6 +3,7 @@
 #include "app/state.h"
 #include "data/database.h"
 #include "editor/contas.h"
+#include "editor/tree.h"
 #include "editor/widgets.h"
 #include "support/company.h"
 #include "support/fakedesktop.h"
@@ -11,10 +12,32 @@
 #include <QStringList>
 #include <QTabWidget>
 #include <QTest>
+#include <QTreeWidget>
 
 #include <memory>
 
 namespace varemo::test {
+
+// "key name/parent key" of every node under the root, in walk order.
+inline QStringList treeShape(QTreeWidget* tree)
+{
+    QStringList shape;
+    QTreeWidgetItem* root = tree->topLevelItem(0);
+    walkTree(root, [&shape, root](QTreeWidgetItem* node) {
+        if (node != root)
+            shape << nodeKeyOf(node) + u' ' + node->text(0) + u'/' + nodeKeyOf(node->parent());
+    });
+    return shape;
+}
+
+// Each child's name and image, "|" between them.
+inline QString childList(const QTreeWidgetItem* node)
+{
+    QStringList names;
+    for (int i = 0; node && i < node->childCount(); ++i)
+        names << node->child(i)->text(0) + u':' + nodeImage(node->child(i));
+    return names.join(u'|');
+}
 
 // A desktop that also notes whether the company file was still open when a module started.
 class ModuleDesktop : public FakeDesktop {
@@ -26,9 +49,8 @@ public:
     void startModule(int number) override
     {
         FakeDesktop::startModule(number);
-        databaseOpenAtStart << (m_state.database != nullptr && m_state.database->isOpen());
+        calls.last() += m_state.database && m_state.database->isOpen() ? u" open" : u" closed";
     }
-    QList<bool> databaseOpenAtStart;
 
 private:
     AppState& m_state;

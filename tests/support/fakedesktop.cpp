@@ -7,6 +7,7 @@ namespace varemo::test {
 int FakeDesktop::msgbox(const QString& prompt, int buttons, const QString& title)
 {
     boxes.append({prompt, buttons, title});
+    calls << QStringLiteral("box %1|%2|%3").arg(prompt, title).arg(buttons);
     if (m_answers.empty())
         return (buttons & 0xF) == vb::YesNo ? vb::No : vb::OK;
     const int answer = m_answers.front();
@@ -18,6 +19,7 @@ void FakeDesktop::showModal(QWidget& window)
 {
     modalWindows << (window.objectName().isEmpty() ? QString::fromLatin1(window.metaObject()->className())
                                                    : window.objectName());
+    calls << QStringLiteral("modal ") + modalWindows.last();
     if (!m_modals.empty()) {
         auto action = std::move(m_modals.front());
         m_modals.pop_front();

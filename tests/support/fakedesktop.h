@@ -24,17 +24,28 @@ class FakeDesktop : public Desktop {
 public:
     int msgbox(const QString& prompt, int buttons = vb::OKOnly, const QString& title = {}) override;
     void showModal(QWidget& window) override;
-    void playSound(int number) override { sounds << number; }
-    void showHelp(int context) override { helpContexts << context; }
-    void sendMail() override { ++mailsSent; }
-    void startModule(int number) override { modulesStarted << number; }
+    void playSound(int number) override
+    {
+        sounds << number;
+        calls << QStringLiteral("sound %1").arg(number);
+    }
+    void showHelp(int context) override
+    {
+        helpContexts << context;
+        calls << QStringLiteral("help %1").arg(context);
+    }
+    void sendMail() override { calls << QStringLiteral("mail"); }
+    void startModule(int number) override { calls << QStringLiteral("start %1").arg(number); }
     bool activateRunningCopy(const QString&) override
     {
         ++activations;
         return runningCopy;
     }
     bool restorePlacement(QWidget&, const QString&) override { return false; }
-    void savePlacement(QWidget&, const QString& appName) override { placementsSaved << appName; }
+    void savePlacement(QWidget&, const QString& appName) override
+    {
+        calls << QStringLiteral("placement ") + appName;
+    }
     void processEvents() override { }
 
     // The next box gets this answer (queued in order).
@@ -45,10 +56,8 @@ public:
     QList<Box> boxes;
     QList<int> sounds;
     QList<int> helpContexts;
-    QList<int> modulesStarted;
     QStringList modalWindows; // objectName or class name of each window shown modally
-    QStringList placementsSaved;
-    int mailsSent = 0;
+    QStringList calls; // every call in order: "box prompt|title|buttons", "sound 7", "start 3"...
     bool runningCopy = false; // what activateRunningCopy answers
     int activations = 0;
 
