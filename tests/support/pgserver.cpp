@@ -16,42 +16,35 @@ namespace varemo::test {
 
 namespace {
 
-QString binaries()
-{
-    const QString chosen = qEnvironmentVariable("VAREMO_PG_BIN");
-    return chosen.isEmpty() ? QStringLiteral("/usr/lib/postgresql/15/bin") : chosen;
-}
+const QString bin = qEnvironmentVariable("VAREMO_PG_BIN", QStringLiteral("/usr/lib/postgresql/15/bin"));
 
-void shell(const QString& command)
+int shell(const QString& command, bool mustWork = true)
 {
-    if (std::system(command.toLocal8Bit().constData()) != 0)
+    const int status = std::system(command.toLocal8Bit().constData());
+    if (status != 0 && mustWork)
         qFatal("PgServer: failed: %s", qPrintable(command));
+    return status;
 }
 
-void stop(const QString& prefix, const QString& bin, const QString& folder)
+void stop(const QString& prefix, const QString& folder)
 {
-    std::system(QStringLiteral("%1%2/pg_ctl -D %3/data -m immediate -s stop > /dev/null 2>&1")
-                    .arg(prefix, bin, folder)
-                    .toLocal8Bit()
-                    .constData());
+    shell(QStringLiteral("%1%2/pg_ctl -D %3/data -m immediate -s stop > /dev/null 2>&1")
+              .arg(prefix, bin, folder),
+        false);
     QDir(folder).removeRecursively();
 }
 
 // A test process that died (an abort, a crash) never stopped its server: the next one does,
 // recognising it by the process id the folder was made for.
-void stopOrphans(const QString& bin)
+void stopOrphans()
 {
     const QDir temp(QDir::tempPath());
-    const QStringList folders = temp.entryList({QStringLiteral("varemo-pg-*")}, QDir::Dirs);
-    for (const QString& folder : folders) {
-        const QString path = temp.filePath(folder);
-        QFile owner(path + QStringLiteral("/owner.pid"));
-        if (!owner.open(QIODevice::ReadOnly))
-            continue;
-        const pid_t pid = owner.readAll().trimmed().toInt();
-        if (pid <= 0 || kill(pid, 0) == 0 || errno != ESRCH)
-            continue;
-        stop(geteuid() == 0 ? QStringLiteral("runuser -u postgres -- ") : QString(), bin, path);
+    for (const QString& folder : temp.entryList({QStringLiteral("varemo-pg-*")}, QDir::Dirs)) {
+        QFile owner(temp.filePath(folder) + QStringLiteral("/owner.pid"));
+        const pid_t pid = owner.open(QIODevice::ReadOnly) ? owner.readAll().trimmed().toInt() : 0;
+        if (pid > 0 && kill(pid, 0) != 0 && errno == ESRCH)
+            stop(geteuid() == 0 ? QStringLiteral("runuser -u postgres -- ") : QString(),
+                temp.filePath(folder));
     }
 }
 
@@ -76,10 +69,10 @@ PgServer::PgServer()
     if (!mkdtemp(pattern.data()))
         qFatal("PgServer: no temporary folder");
     m_folder = QString::fromLocal8Bit(pattern);
-    stopOrphans(binaries());
+    stopOrphans();
     QFile owner(m_folder + QStringLiteral("/owner.pid"));
-    if (owner.open(QIODevice::WriteOnly))
-        owner.write(QByteArray::number(getpid()));
+    if (!owner.open(QIODevice::WriteOnly) || owner.write(QByteArray::number(getpid())) <= 0)
+        qFatal("PgServer: cannot write %s", qPrintable(owner.fileName()));
     owner.close();
     if (geteuid() == 0) {
         const passwd* account = getpwnam("postgres");
@@ -87,7 +80,6 @@ PgServer::PgServer()
             qFatal("PgServer: running as root needs the postgres user");
         m_prefix = QStringLiteral("runuser -u postgres -- ");
     }
-    const QString bin = binaries();
     // A scratch cluster: nothing is flushed to disk.
     shell(QStringLiteral(
         "%1%2/initdb -D %3/data -A trust -U postgres -E UTF8 --no-locale -N > %3/initdb.log 2>&1")
@@ -99,7 +91,7 @@ PgServer::PgServer()
 
 PgServer::~PgServer()
 {
-    stop(m_prefix, binaries(), m_folder);
+    stop(m_prefix, m_folder);
 }
 
 // Runs statements on one database of the server, through a connection of its own.
