@@ -1,7 +1,7 @@
 #pragma once
 
-// Shared by the tests that put the program beside another process: the other process, what
-// the company file holds row by row, and the path a user types for a new item.
+// Shared by the tests that put the program beside another process or kill it: the other
+// process, and what the company file holds row by row.
 
 #include "app/cp1252.h"
 #include "app/state.h"
@@ -9,6 +9,7 @@
 #include "editor/widgets.h"
 #include "reports/runreport.h"
 #include "support/company.h"
+#include "support/fakedesktop.h"
 
 #include <QProcess>
 #include <QSqlQuery>
@@ -16,24 +17,23 @@
 #include <QStringList>
 
 #include <algorithm>
+#include <utility>
 
 namespace varemo::test {
 
-// A program of tests/reliability/child_*.cpp, built beside the tests.
-inline QString childProgram(const QString& name)
+// tests/reliability/child_program.cpp, built beside the tests.
+inline QString childProgram()
 {
-    return qEnvironmentVariable("VAREMO_TEST_CHILD_DIR") + QStringLiteral("/child_") + name;
+    return qEnvironmentVariable("VAREMO_TEST_CHILD_DIR") + QStringLiteral("/child_program");
 }
 
-// A second process: it says "locked" once it holds what it was asked to hold, and lets go
-// when a line reaches its standard input (or by itself, when told to after a while).
+// A second process holding the file or listening as a running copy: it says "locked" once it
+// holds, and lets go when a line reaches its standard input (or by itself, when told to).
 class OtherProcess {
 public:
-    explicit OtherProcess(const QString& program, const QStringList& arguments)
+    explicit OtherProcess(const QStringList& arguments)
     {
-        m_process.setProgram(program);
-        m_process.setArguments(arguments);
-        m_process.start();
+        m_process.start(childProgram(), arguments);
         m_holds = readLine() == "locked";
     }
     ~OtherProcess() { kill(); }
@@ -41,17 +41,14 @@ public:
     OtherProcess& operator=(const OtherProcess&) = delete;
 
     bool holds() const { return m_holds; }
-    qint64 pid() const { return m_process.processId(); }
     QString errors() { return QString::fromLocal8Bit(m_process.readAllStandardError()); }
-
     // Tells it to let go, without waiting for it.
     void letGo()
     {
-        if (m_process.state() != QProcess::Running || m_toldToLetGo)
-            return;
-        m_toldToLetGo = true;
-        m_process.write("\n");
-        m_process.waitForBytesWritten(30000);
+        if (m_process.state() == QProcess::Running && !std::exchange(m_toldToLetGo, true)) {
+            m_process.write("\n");
+            m_process.waitForBytesWritten(30000);
+        }
     }
     // Lets go (when it has not yet) and waits for it to end; false unless it let go cleanly.
     bool release()
@@ -64,17 +61,18 @@ public:
     // Ends it at once, as a crash or the task manager would.
     void kill()
     {
-        if (m_process.state() == QProcess::NotRunning)
-            return;
-        m_process.kill();
-        m_process.waitForFinished(30000);
+        if (m_process.state() != QProcess::NotRunning) {
+            m_process.kill();
+            m_process.waitForFinished(30000);
+        }
     }
 
 private:
+    // However loaded the machine, a line comes or the process ends: no fixed wait decides.
     QByteArray readLine()
     {
         while (!m_process.canReadLine()) {
-            if (!m_process.waitForReadyRead(30000))
+            if (!m_process.waitForReadyRead(60000))
                 return {};
         }
         return m_process.readLine().trimmed();
@@ -85,46 +83,66 @@ private:
     bool m_toldToLetGo = false;
 };
 
-// Every row of every table of the company file, as "Table: a|b|c", sorted. SQLite's
-// autonumber counters are its bookkeeping, not the company's data.
-inline QStringList tableRows(TestCompany& company)
+// The file's integrity, its schema and every row of every table as "Table: a|b|c", sorted,
+// through a connection of its own opened read-write as the program opens it (a journal left
+// by a kill is rolled back first). The autonumber counters only when asked for.
+inline QStringList fileRows(const QString& path, bool counters = false)
 {
+    static int serial = 0;
+    const QString name = QStringLiteral("file-rows-%1").arg(++serial);
     QStringList rows;
     {
-        QSqlQuery tables(company.sql());
-        tables.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
-                                   "'sqlite%' ORDER BY name"));
-        QStringList names;
-        while (tables.next())
-            names << tables.value(0).toString();
-        for (const QString& table : names) {
-            QSqlQuery query(company.sql());
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        db.setDatabaseName(path);
+        db.open();
+        QSqlQuery query(db);
+        query.exec(QStringLiteral("PRAGMA integrity_check"));
+        rows << QStringLiteral("integrity: ") + (query.next() ? query.value(0).toString() : QString());
+        QStringList tables {QStringLiteral("sqlite_master")};
+        query.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'"));
+        while (query.next())
+            tables << query.value(0).toString();
+        if (!counters)
+            tables.removeAll(QStringLiteral("sqlite_sequence"));
+        for (const QString& table : std::as_const(tables)) {
             query.exec(QStringLiteral("SELECT * FROM \"%1\"").arg(table));
             while (query.next()) {
                 QStringList cells;
-                for (int column = 0; column < query.record().count(); ++column)
-                    cells << query.value(column).toString();
+                for (int i = 0; i < query.record().count(); ++i)
+                    cells << (query.isNull(i) ? QStringLiteral("<null>") : query.value(i).toString());
                 rows << table + QStringLiteral(": ") + cells.join(QLatin1Char('|'));
             }
         }
     }
-    company.closeSql(); // no lock of ours may stay on the file
+    QSqlDatabase::removeDatabase(name);
     std::sort(rows.begin(), rows.end());
     return rows;
 }
 
 // The rows gone ("-Table: ...") and the rows new ("+Table: ...") from one state to another.
-inline QStringList changes(const QStringList& before, const QStringList& after)
+inline QStringList changes(QStringList before, const QStringList& after)
+{
+    QStringList added;
+    for (const QString& row : after) {
+        if (!before.removeOne(row))
+            added << QLatin1Char('+') + row;
+    }
+    for (QString& row : before)
+        row.prepend(QLatin1Char('-'));
+    return before + added;
+}
+
+// The table of a changed row.
+inline QString tableOf(const QString& change)
+{
+    return change.mid(1).section(QStringLiteral(": "), 0, 0);
+}
+
+inline QStringList titles(const QList<Box>& boxes)
 {
     QStringList out;
-    for (const QString& row : before) {
-        if (!after.contains(row))
-            out << QLatin1Char('-') + row;
-    }
-    for (const QString& row : after) {
-        if (!before.contains(row))
-            out << QLatin1Char('+') + row;
-    }
+    for (const Box& box : boxes)
+        out << box.title;
     return out;
 }
 
@@ -132,16 +150,6 @@ inline QStringList changes(const QStringList& before, const QStringList& after)
 inline QString errorLog(const TestCompany& company)
 {
     return cp1252::decode(readFile(company.errorLogPath()));
-}
-
-// Insert mode with a new sector, group, account and item typed under "Despesas".
-inline void typeNewPath(Contas& window)
-{
-    window.tool_click(QStringLiteral("ID_Incluir"));
-    const QStringList path {QStringLiteral("Despesas"), QStringLiteral("Despesas Novas"),
-        QStringLiteral("Grupo Novo"), QStringLiteral("Conta Nova"), QStringLiteral("Item Novo")};
-    for (std::size_t level = 0; level < 5; ++level)
-        window.Combo[level]->setText(path[qsizetype(level)]);
 }
 
 // The items the chart listing prints; -1 when it was not built.
