@@ -133,34 +133,6 @@ private slots:
                     .arg(category),
                 1000);
         }
-
-        // Saved report items point at existing rows; "Todos" (3) is only stored where every
-        // child is "Todos" too, "Alguns" (2) only where some child is chosen.
-        QString broken
-            = QStringLiteral("SELECT COUNT(*) FROM RelatorioItens r WHERE Imagem NOT IN (2, 3) OR (Nivel = "
-                             "'N4' AND Imagem = 2) "
-                             "OR CodigoRelatorio NOT IN (SELECT CodigoRelatorio FROM Relatorios) OR NOT (0");
-        for (int level = 0; level <= 4; ++level)
-            broken += QStringLiteral(
-                " OR (Nivel = 'N%1' AND CodigoConta IN (SELECT Codigo FROM NivelCategoria%1))")
-                          .arg(level);
-        broken += QLatin1Char(')');
-        for (int level = 0; level < 4; ++level) {
-            const QString child
-                = QStringLiteral("FROM NivelCategoria%1 c JOIN RelatorioItens k ON k.CodigoConta = "
-                                 "c.Codigo AND k.Nivel = 'N%1' AND k.CodigoRelatorio = "
-                                 "r.CodigoRelatorio WHERE c.CodigoCategoria%2 = r.CodigoConta")
-                      .arg(level + 1)
-                      .arg(level);
-            broken += QStringLiteral(
-                " OR (Nivel = 'N%1' AND ((Imagem = 2 AND NOT EXISTS (SELECT 1 %2)) OR (Imagem "
-                "= 3 AND (SELECT COUNT(*) FROM NivelCategoria%3 WHERE CodigoCategoria%1 = "
-                "r.CodigoConta) <> (SELECT COUNT(*) %2 AND k.Imagem = 3))))")
-                          .arg(level)
-                          .arg(child)
-                          .arg(level + 1);
-        }
-        rule("report marks", broken, 0, true);
     }
     void invariants()
     {

@@ -97,27 +97,10 @@ private slots:
         const auto row = [](const char* name, const QString& jet, const char* field, const char* expected) {
             QTest::newRow(name) << jet << QString::fromLatin1(field) << list(expected);
         };
-        const QString order4
-            = QStringLiteral("ORDER BY NivelCategoria0.Nome, NivelCategoria1.Nome, "
-                             "NivelCategoria2.Nome, NivelCategoria3.Nome, NivelCategoria4.Nome ;");
-        row("level-4 chain", join4 + order4, "NivelCategoria4.Codigo", "6|7|8|5|4|3|2|1|9");
-        row("lines and products",
-            "SELECT Linhas.CodigoLinha, Linhas.NomeLinha, Linhas.Insumo, Produtos.* FROM Linhas INNER JOIN "
-            "Produtos ON Linhas.CodigoLinha = Produtos.CodigoLinha ORDER BY Linhas.Insumo, Linhas.NomeLinha, "
-            "Produtos.NomeProduto;",
-            "Produtos.NomeProduto", "<null>|Baguete|Pão francês|Farinha de trigo");
         row("marker >, text order", marker(4, ">", "Condomínio"), "NivelCategoria4.Nome",
             "Conta de luz|Farinha de trigo|Farinha de trigo|Pão francês|Pão francês");
         row("marker =, accented capital", marker(3, "=", "PÃES"), "NivelCategoria4.Codigo", "1|2|4");
         row("marker Like, literal %", marker(4, "Like", "*o%*"), "NivelCategoria4.Codigo", "");
-        row("sales total, both ends counted",
-            "SELECT SUM(PrecoUnit*QdeComprada) as Somatoria, SUM(QdeComprada) as Qtde FROM VendaProdutos "
-            "INNER "
-            "JOIN Venda ON VendaProdutos.Codigo = Venda.Codigo WHERE (DataDocumento BETWEEN #03/01/2026# AND "
-            "#03/31/2026#) AND Venda = True AND VendaProdutos.CodigoProduto = 1 AND "
-            "VendaProdutos.CodigoSetor "
-            "= 1 AND VendaProdutos.Produto = True;",
-            "Somatoria", "70");
         row("& joins text and numbers",
             "SELECT Nome & ' (' & Codigo & ')' AS Rotulo FROM NivelCategoria0 WHERE Codigo = 1", "Rotulo",
             "Receitas (1)");
@@ -244,24 +227,6 @@ private slots:
         QFETCH(QStringList, other);
         for (const QString& text : matching + other)
             QVERIFY2(dialect::likeMatches(text, pattern) == matching.contains(text), qPrintable(text));
-    }
-
-    // The plain codes are met for real by the lock, damaged-file and statement tests.
-    void sqliteFailuresAreJetErrors_data()
-    {
-        QTest::addColumn<int>("code");
-        QTest::addColumn<QString>("message");
-        QTest::addColumn<int>("number");
-        QTest::newRow("busy, extended code") << 261 << "database is locked" << 3218;
-        QTest::newRow("read-only") << 8 << "attempt to write a readonly database" << 3027;
-        QTest::newRow("unique") << 2067 << "UNIQUE constraint failed" << 3022;
-    }
-    void sqliteFailuresAreJetErrors()
-    {
-        QFETCH(int, code);
-        QFETCH(QString, message);
-        QFETCH(int, number);
-        QCOMPARE(dialect::fromSqlite(code, message).number(), number);
     }
 };
 

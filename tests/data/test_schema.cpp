@@ -40,21 +40,6 @@ private slots:
     void init() { m_db.transaction(); }
     void cleanup() { m_db.rollback(); }
 
-    // The list the data layer checks at opening must name the tables and columns as created.
-    void listsMatchWhatIsCreated()
-    {
-        QStringList listed = varemo::schema::tableNames();
-        listed.sort();
-        QCOMPARE(column(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT "
-                                       "LIKE 'sqlite%' ORDER BY name")),
-            listed);
-        for (const auto& table : varemo::schema::chartTables())
-            QVERIFY2(listed.contains(table), qPrintable(table));
-        for (const auto& table : listed)
-            QCOMPARE(varemo::schema::columnNames(table),
-                column(QStringLiteral("PRAGMA table_info(%1)").arg(table), 1));
-    }
-
     // After the statements the query finds exactly one row.
     void rowsReadAsExpected_data()
     {
@@ -100,30 +85,6 @@ private slots:
         for (const QString& statement : statements.split(QStringLiteral("; ")))
             QVERIFY2(QSqlQuery(m_db).exec(statement), qPrintable(statement));
         QCOMPARE(column(query), QStringList {"1"});
-    }
-
-    // The lookups the program repeats on a large company go through an index.
-    void lookupsUseAnIndex()
-    {
-        QStringList scanned;
-        for (int level = 1; level <= 4; ++level)
-            scanned
-                << QStringLiteral("NivelCategoria%1 WHERE CodigoCategoria%2 = 1").arg(level).arg(level - 1);
-        scanned << "Produtos WHERE CodigoLinha = 1"
-                << "RelatorioItens WHERE CodigoRelatorio = 1"
-                << "Procura WHERE Codigo = 1";
-        for (const char* table : {"Venda", "Compra"})
-            scanned << QStringLiteral("%1 WHERE DataDocumento >= '2026-01-01'").arg(QLatin1String(table))
-                    << QStringLiteral("%1Produtos WHERE Codigo = 1").arg(QLatin1String(table))
-                    << QStringLiteral(
-                           "%1Produtos WHERE CodigoProduto = 1 AND CodigoSetor = 1 AND Produto = 0")
-                           .arg(QLatin1String(table));
-        scanned.removeIf([this](const QString& query) {
-            return column(QStringLiteral("EXPLAIN QUERY PLAN SELECT * FROM ") + query, 3)
-                .join(' ')
-                .contains("INDEX");
-        });
-        QCOMPARE(scanned, QStringList());
     }
 
     // A table met half-way through makes the whole creation fail and leave nothing.
