@@ -28,7 +28,6 @@ private slots:
         const auto row = [](const char* lock, const char* action) {
             QTest::addRow("%s, %s", lock, action) << QString::fromLatin1(lock) << QString::fromLatin1(action);
         };
-        row("BEGIN IMMEDIATE", "execute");
         row("BEGIN IMMEDIATE", "unit");
         row("BEGIN EXCLUSIVE", "open");
         row("BEGIN EXCLUSIVE", "read");
@@ -43,9 +42,7 @@ private slots:
         QElapsedTimer clock;
         clock.start();
         const int number = jetFailure([&] {
-            if (action == QLatin1String("execute"))
-                db->execute("DELETE * FROM Procura;");
-            else if (action == QLatin1String("unit"))
+            if (action == QLatin1String("unit"))
                 UnitOfWork unit(*db);
             else if (action == QLatin1String("open"))
                 Database::open(company.databasePath(), ShortWaitMs);
