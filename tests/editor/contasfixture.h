@@ -77,25 +77,32 @@ struct LoadedContas {
     // Forgets what the load itself asked of the desktop.
     void clearCalls() { static_cast<FakeDesktop&>(desktop) = FakeDesktop(); }
 
-    QString firstBoxTitle() const { return desktop.boxes.isEmpty() ? QString() : desktop.boxes[0].title; }
-
-    // Types one name into each selector, from the category down.
-    void typePath(const QStringList& names)
-    {
-        for (qsizetype level = 0; level < 5 && level < names.size(); ++level)
-            window->Combo[std::size_t(level)]->setText(names[level]);
-    }
-
     // Runs space-separated steps: "ID_..." a command, "m3" Movimento 3, "f3" MoveFiltro 3,
     // "n2N4" a click on that tree node, "t1" a click on that tab, "h3" the report of 3 search
-    // hits; "*N" after a step repeats it N times.
+    // hits, "L0" the level shown, "=a/b" names typed into the selectors from the category down,
+    // "~a" a name typed into the shown level's field ("_" for a blank), "yes"/"no" the next
+    // box's answer, "Esc" the key, "clear" forgets the calls so far; "*N" repeats a step.
     void play(const QString& steps)
     {
         for (const QString& word : steps.split(u' ', Qt::SkipEmptyParts)) {
             const QString step = word.section(u'*', 0, 0);
-            const QString arg = step.mid(1);
+            const QString arg = step.mid(1).replace(u'_', u' ');
+            const auto level = std::size_t(window->NivelAtual);
             for (int n = word.contains(u'*') ? word.section(u'*', 1).toInt() : 1; n > 0; --n) {
-                if (step.startsWith(u"ID_"))
+                if (step == u"yes" || step == u"no")
+                    desktop.setNextAnswer(step == u"yes" ? vb::Yes : vb::No);
+                else if (step == u"clear")
+                    clearCalls();
+                else if (step == u"Esc")
+                    window->Form_KeyDown(Qt::Key_Escape);
+                else if (step[0] == u'L')
+                    window->NivelAtual = arg.toInt();
+                else if (step[0] == u'~')
+                    (level == 4 ? window->Combo : window->Texto)[level]->setText(arg);
+                else if (step[0] == u'=')
+                    for (qsizetype at = 0; at < 5 && at < arg.count(u'/') + 1; ++at)
+                        window->Combo[std::size_t(at)]->setText(arg.section(u'/', int(at), int(at)));
+                else if (step.startsWith(u"ID_"))
                     window->tool_click(step);
                 else if (step[0] == u'm')
                     window->Movimento_Click(arg.toInt());
