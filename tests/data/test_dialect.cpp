@@ -128,29 +128,6 @@ private slots:
         QCOMPARE(column(jet, field), expected);
     }
 
-    void textOrdersAsJet_data()
-    {
-        QTest::addColumn<QStringList>("names");
-        QTest::addColumn<QStringList>("expected");
-        QTest::newRow("accent beside its letter")
-            << list("Zebra|água|Abacate|agua|aguas") << list("Abacate|agua|água|aguas|Zebra");
-        QTest::newRow("case never separates")
-            << list("éden|Eco|ÉDEN B|eco b|Edu") << list("Eco|eco b|éden|ÉDEN B|Edu");
-        QTest::newRow("shorter first") << list("Pãozinho|Pão|pao") << list("pao|Pão|Pãozinho");
-    }
-    void textOrdersAsJet()
-    {
-        QFETCH(QStringList, names);
-        QFETCH(QStringList, expected);
-        QSqlQuery query(m_db);
-        query.exec(QStringLiteral("DELETE FROM NivelCategoria0"));
-        for (const QString& name : names)
-            query.exec(QStringLiteral("INSERT INTO NivelCategoria0 (Nome) VALUES ('%1')").arg(name));
-        QCOMPARE(
-            column(QStringLiteral("SELECT * FROM NivelCategoria0 ORDER BY Nome"), QStringLiteral("Nome")),
-            expected);
-    }
-
     // Statements change what they say (the plain forms, DELETE *, the two-table UPDATE and INSERT
     // ... SELECT, are held against hand-written SQLite by the random tests); a text Jet refuses
     // fails with Jet's number and changes nothing. The rows read back: level-1 names / items, marked *.

@@ -157,22 +157,31 @@ private slots:
         }
     }
 
-    // Rows sorted in memory come in the order the engine's ORDER BY gives them, read again too.
-    // Names that differ in case only are equal to the engine, which gives them in no fixed order:
-    // none here. An item whose account is gone has Null names above it and comes first.
+    // Rows sorted in memory come in the order the engine's ORDER BY gives them, read again too,
+    // and names in the order a user expects (when given): an accent beside its letter, case never
+    // apart, the shorter first. Names that differ in case only are equal to the engine, which
+    // gives them in no fixed order: none here. An item whose account is gone comes first.
     void sortedAsTheEngine_data()
     {
         QTest::addColumn<QStringList>("items");
+        QTest::addColumn<QStringList>("expected");
         QTest::addColumn<QString>("added");
+        const QString pinned
+            = QStringLiteral("Abacate|agua|água|aguas|Eco|eco b|éden|ÉDEN B|Edu|pao|Pão|Pãozinho|Zebra");
+        QTest::newRow("in a user's order") << QStringList {"Zebra", "água", "Abacate", "agua", "aguas",
+            "éden", "Eco", "ÉDEN B", "eco b", "Edu", "Pãozinho", "Pão", "pao"}
+                                           << pinned.split('|') << QStringLiteral("Ágata");
         QTest::newRow("accents and case") << QStringList {"água", "Agua", "abacate", "Ábaco", "ZEBRA", "zebu",
-            "Éclair", "eclair", "Eclairs"} << QStringLiteral("Ágata");
+            "Éclair", "eclair", "Eclairs"} << QStringList()
+                                          << QStringLiteral("Ágata");
         QTest::newRow("prefixes, blanks, digits and symbols") << QStringList {"abc", "abcd", "ab c", "ab", "",
             " ab", "a-b", "a b", "10 Kg", "9 Kg", "#1", "Ç", "c", "cz", "Ca", "ç1"}
-                                                              << QStringLiteral("abcd ");
+                                                              << QStringList() << QStringLiteral("abcd ");
     }
     void sortedAsTheEngine()
     {
         QFETCH(QStringList, items);
+        QFETCH(QStringList, expected);
         QFETCH(QString, added);
         TestCompany company;
         QStringList inserts {
@@ -187,6 +196,9 @@ private slots:
         sorted->sortByText(itemOrder);
         QCOMPARE(column(*sorted, code), column(*db->openRecordset(ordered), code));
         QCOMPARE(sorted->value(QStringLiteral("NivelCategoria4.Nome")).toString(), QStringLiteral("Órfão"));
+        QStringList names = column(*sorted, QStringLiteral("NivelCategoria4.Nome"));
+        names.removeIf([&](const QString& name) { return expected.isEmpty() || !items.contains(name); });
+        QCOMPARE(names, expected);
         db->execute(inserts.last());
         sorted->requery();
         QCOMPARE(column(*sorted, code), column(*db->openRecordset(ordered), code));

@@ -110,11 +110,6 @@ void seedDatabase(const QString& path, const char* seedSql)
     QSqlDatabase::removeDatabase(name);
 }
 
-QString firstWord(const QString& statement)
-{
-    return statement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
-}
-
 } // namespace
 
 TestCompany::TestCompany(Seed seed)
@@ -222,7 +217,7 @@ void TestCompany::sync()
 // A test's BEGIN holds the server's tables as SQLite's would hold the file, until its ROLLBACK.
 bool TestCompany::serverTransaction(const QString& statement)
 {
-    const QString word = firstWord(statement);
+    const QString word = statement.trimmed().section(QLatin1Char(' '), 0, 0).toUpper();
     QSqlQuery query(serverSql());
     if (word == QLatin1String("BEGIN")) {
         const QString mode = statement.contains(QLatin1String("EXCLUSIVE"), Qt::CaseInsensitive)
@@ -276,13 +271,6 @@ void TestCompany::exec(const QString& sqliteStatement)
     QSqlQuery query(sql());
     run(query, sqliteStatement);
     m_fileStamp.clear(); // the file is ahead now
-    const QString word = firstWord(sqliteStatement);
-    if (!m_serverDatabase.isEmpty()
-        && (word == QLatin1String("DROP") || word == QLatin1String("CREATE")
-            || word == QLatin1String("ALTER"))) {
-        QSqlQuery server(serverSql());
-        run(server, sqliteStatement);
-    }
     sync();
 }
 
