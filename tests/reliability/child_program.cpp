@@ -1,19 +1,16 @@
-// The other process of the reliability tests, in one of three parts:
+// The other process of the reliability tests.
 //
 //   child_program STEPS PROGRAM_FOLDER K normal|spill [BEFORE_COPY]
-// A copy of the program played step by step, as a person uses it, with a desktop that answers
-// Yes to every question. From the step "arm" it counts the statements that reach SQLite and,
-// when K > 0, kills itself with SIGKILL right after the K-th, as when the power goes: nothing
-// is flushed, closed or rolled back. When the steps end first it prints the statements one a
-// line. "spill" gives the connection a one-page cache, so changed pages reach the file before
-// COMMIT and only the rollback journal can put them back. BEFORE_COPY receives a copy of the
-// company file at "arm".
+// The program played step by step (see Player::play) with Yes to every question. From "arm" it
+// counts the statements that reach SQLite and kills itself with SIGKILL right after the K-th,
+// as when the power goes; when the steps end first it prints them one a line. "spill" gives a
+// one-page cache, so changed pages reach the file before COMMIT and only the rollback journal
+// can put them back. BEFORE_COPY receives a copy of the company file at "arm".
 //
 //   child_program hold DATABASE reserved|shared|exclusive MILLISECONDS
-// Another module holding the company file: reserved is the sales module saving a sale, shared
-// a long report reading, exclusive a large commit. Prints "locked" once it holds the file,
-// holds it for the milliseconds given (0: until a line arrives on its standard input), commits
-// and prints "released".
+// Another module holding the file: the sales module saving a sale (reserved), a long report
+// reading (shared), a large commit (exclusive). Prints "locked" once it holds, lets go after
+// the milliseconds given or, with 0, when a line arrives on its input, and prints "released".
 //
 //   child_program guard TITLE
 // A copy about to be killed, listening for later copies: prints "locked" once it listens.
@@ -96,15 +93,6 @@ int hold(const QString& path, const QString& lock, int milliseconds)
     return 0;
 }
 
-class YesDesktop : public test::FakeDesktop {
-public:
-    int msgbox(const QString& prompt, int buttons, const QString& title) override
-    {
-        FakeDesktop::msgbox(prompt, buttons, title);
-        return (buttons & 0xF) == vb::YesNo ? vb::Yes : vb::OK;
-    }
-};
-
 template<class Window> Window& as(QWidget* dialog)
 {
     auto* window = qobject_cast<Window*>(dialog);
@@ -116,7 +104,7 @@ template<class Window> Window& as(QWidget* dialog)
 struct Player {
     Contas& window;
     AppState& state;
-    YesDesktop& desktop;
+    test::YesDesktop& desktop;
     int killAt;
     QString beforeCopy;
     QStringList statements;
@@ -234,7 +222,7 @@ int main(int argc, char** argv)
         return 0;
     }
     AppState state;
-    YesDesktop desktop;
+    test::YesDesktop desktop;
     const std::unique_ptr<Contas> window = start(args.value(2), state, desktop);
     if (!window)
         stop(QStringLiteral("start-up stopped"));

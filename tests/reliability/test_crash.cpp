@@ -1,7 +1,7 @@
 #include "crashharness.h"
 #include "support/testregistry.h"
 
-// The main window's saves and deletes, killed after each of their statements.
+// The chart's saves and deletes and a new report definition, killed after each of their statements.
 class TestCrash : public QObject {
     Q_OBJECT
 private slots:

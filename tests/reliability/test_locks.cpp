@@ -3,7 +3,6 @@
 #include "reports/arvrelat.h"
 #include "reports/dataperiodo.h"
 #include "search/procontas.h"
-#include "support/fakedesktop.h"
 #include "support/testregistry.h"
 
 #include <QComboBox>
@@ -57,7 +56,7 @@ struct Session {
 
     TestCompany company;
     AppState state;
-    FakeDesktop desktop;
+    YesDesktop desktop; // a delete and a report save ask first
     std::unique_ptr<Contas> window;
     std::vector<std::unique_ptr<QWidget>> dialogs; // the action's own windows
 };
@@ -96,10 +95,7 @@ const Action Actions[] = {
             s.window->Arvore_NodeClick(s.window->node(QStringLiteral("7N4"))); // "Condomínio", never moved
             s.click("ID_Incluir");
             s.click("ID_Cancelar");
-            return [&s] {
-                s.desktop.setNextAnswer(vb::Yes);
-                s.click("ID_Excluir");
-            };
+            return [&s] { s.click("ID_Excluir"); };
         }},
     {"report save", "Gravar Relatório",
         [](Session& s) -> Click {
@@ -107,20 +103,14 @@ const Action Actions[] = {
             report->Nome->setText(QStringLiteral("Relatório Novo"));
             for (const char* key : {"1N0", "2N0", "3N1"}) // two categories, then one sector off again
                 report->Arvore_NodeClick(report->node(QString::fromLatin1(key)));
-            return [&s, report] {
-                s.desktop.setNextAnswer(vb::Yes);
-                report->BotaoEscolha_Click(0);
-            };
+            return [report] { report->BotaoEscolha_Click(0); };
         }},
     {"report delete", "Excluindo Relatório",
         [](Session& s) -> Click {
             s.click("ID_Relatorios");
             s.window->Relatos->setCurrentItem(
                 s.window->Relatos->findItems(QStringLiteral("Resultado Mensal"), {})[0]);
-            return [&s] {
-                s.desktop.setNextAnswer(vb::Yes);
-                s.click("ID_Excluir");
-            };
+            return [&s] { s.click("ID_Excluir"); };
         }},
     {"search marking", "Procura",
         [](Session& s) -> Click {
@@ -141,11 +131,10 @@ const Action Actions[] = {
         }},
 };
 
-QStringList split(const QStringList& delta, bool sale)
+QStringList split(QStringList delta, bool sale)
 {
-    QStringList part = delta;
-    part.removeIf([sale](const QString& row) { return row.startsWith(QLatin1String("+Venda")) != sale; });
-    return part;
+    delta.removeIf([sale](const QString& row) { return row.startsWith(QLatin1String("+Venda")) != sale; });
+    return delta;
 }
 
 int shownCursor()
