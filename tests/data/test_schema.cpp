@@ -51,12 +51,6 @@ private slots:
         // Names compare without regard to case, as the program finds them.
         row("group name", "INSERT INTO NivelCategoria0 (Nome) VALUES ('Receitas Extras')",
             "SELECT 1 FROM NivelCategoria0 WHERE Nome = 'RECEITAS extras'");
-        row("sector name", "INSERT INTO NivelCategoria1 (Nome, CodigoCategoria0) VALUES ('Frete', 1)",
-            "SELECT 1 FROM NivelCategoria1 WHERE Nome = 'fRETE'");
-        row("report name", "INSERT INTO Relatorios (NomeRelatorio) VALUES ('Mensal')",
-            "SELECT 1 FROM Relatorios WHERE NomeRelatorio = 'MENSAL'");
-        row("line name", "INSERT INTO Linhas (NomeLinha, Insumo) VALUES ('Doces', 0)",
-            "SELECT 1 FROM Linhas WHERE NomeLinha = 'doces'");
         row("product name", "INSERT INTO Produtos (CodigoLinha, NomeProduto) VALUES (1, 'Bolo')",
             "SELECT 1 FROM Produtos WHERE NomeProduto = 'BOLO'");
         // A new item is typed and unmarked, its name found in any case; a new group's lock is Null.
