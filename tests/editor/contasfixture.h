@@ -11,6 +11,7 @@
 #include <QPushButton>
 #include <QStringList>
 #include <QTabWidget>
+#include <QToolBar>
 #include <QTest>
 #include <QTreeWidget>
 
@@ -122,31 +123,46 @@ struct LoadedContas {
         }
     }
 
-    // What the window shows: tab, level, record counter, the current row's parent and name,
-    // the hit being walked with the hit buttons that are on, and the titles of boxes shown.
-    QString screen() const
+    // The window in one line: mode, tool bars and first move on (left out while browsing); the
+    // status message; tab, level, record counter, the current row's parent and name, the hit
+    // being walked with the hit buttons that are on, the titles of the boxes shown; the last
+    // box's first line and buttons; the rows of each level in the file (left out while they
+    // are the seeded ones).
+    QString screen()
     {
         const auto level = std::size_t(window->NivelAtual);
         const auto& page = level == 4 ? window->Combo : window->Texto;
-        QString seen = QStringLiteral("%1 %2 %3 %4/%5")
-                           .arg(window->Pasta->currentIndex())
-                           .arg(level)
-                           .arg(window->Status->panelText(StatusBar::Record),
-                               level > 0 ? page[level - 1]->text() : QString(), page[level]->text());
+        const auto on = [](bool shown) { return shown ? u'1' : u'0'; };
+        QString shown = QStringLiteral("%1 %2 %3 %4/%5")
+                            .arg(window->Pasta->currentIndex())
+                            .arg(level)
+                            .arg(window->Status->panelText(StatusBar::Record),
+                                level > 0 ? page[level - 1]->text() : QString(), page[level]->text());
         QString buttons;
         for (const QPushButton* button : window->MoveFiltro)
-            buttons += button->isEnabled() ? u'1' : u'0';
+            buttons += on(button->isEnabled());
         if (buttons.contains(u'1'))
-            seen += QStringLiteral(" hit %1/%2 %3")
-                        .arg(window->HitAtual)
-                        .arg(window->Encontrados)
-                        .arg(buttons);
+            shown += QStringLiteral(" hit %1/%2 %3")
+                         .arg(window->HitAtual)
+                         .arg(window->Encontrados)
+                         .arg(buttons);
         QStringList titles;
         for (const Box& box : desktop.boxes)
             titles << box.title;
         if (!titles.isEmpty())
-            seen += QStringLiteral(" [") + titles.join(u',') + u']';
-        return seen;
+            shown += QStringLiteral(" [") + titles.join(u',') + u']';
+        const Box last = desktop.boxes.value(desktop.boxes.size() - 1);
+        QStringList rows;
+        for (int n = 0; n < 5; ++n)
+            rows << QString::number(
+                company.count(QStringLiteral("SELECT count(*) FROM NivelCategoria%1").arg(n)));
+        QStringList seen {window->Modo + u' ' + on(!window->Barra1->isHidden())
+                + on(!window->Barra2->isHidden()) + on(window->Movimento[0]->isEnabled()),
+            window->Status->panelText(StatusBar::Message), shown,
+            last.prompt.section(u'\r', 0, 0) + QStringLiteral("/%1").arg(last.buttons), rows.join(u' ')};
+        for (const char* usual : {"Visualizar 101", "", "/0", "3 4 6 7 9"})
+            seen.removeAll(QString::fromUtf8(usual));
+        return seen.join(u'|');
     }
 
     TestCompany company;
