@@ -1,7 +1,7 @@
 // The other process of the reliability tests.
 //
 //   child_program STEPS PROGRAM_FOLDER K normal|spill [BEFORE_COPY]
-// The program played step by step (see Player::play) with Yes to every question. From "arm" it
+// The program played step by step (see player.h) with Yes to every question. From "arm" it
 // counts the statements that reach SQLite and kills itself with SIGKILL right after the K-th,
 // as when the power goes; when the steps end first it prints them one a line. "spill" gives a
 // one-page cache, so changed pages reach the file before COMMIT and only the rollback journal
@@ -17,40 +17,20 @@
 
 #include "app/singleinstance.h"
 #include "app/startup.h"
-#include "reliability/reliability.h"
-#include "reports/arvrelat.h"
-#include "reports/dataperiodo.h"
-#include "search/procontas.h"
+#include "reliability/player.h"
 
 #include <QApplication>
-#include <QComboBox>
 #include <QFile>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QRadioButton>
 #include <QSqlError>
 #include <QThread>
 
 #include <csignal>
-#include <cstdio>
 #include <iostream>
-#include <unistd.h>
 
 using namespace varemo;
+using namespace varemo::test;
 
 namespace {
-
-void say(QString line)
-{
-    std::printf("%s\n", line.replace(QLatin1Char('\r'), QLatin1Char('~')).toUtf8().constData());
-    std::fflush(stdout);
-}
-
-[[noreturn]] void stop(const QString& why)
-{
-    std::fprintf(stderr, "%s\n", qPrintable(why));
-    ::_exit(2);
-}
 
 void waitForLine()
 {
@@ -93,114 +73,6 @@ int hold(const QString& path, const QString& lock, int milliseconds)
     return 0;
 }
 
-template<class Window> Window& as(QWidget* dialog)
-{
-    auto* window = qobject_cast<Window*>(dialog);
-    if (!window)
-        stop(QStringLiteral("a step for another window"));
-    return *window;
-}
-
-struct Player {
-    Contas& window;
-    AppState& state;
-    test::YesDesktop& desktop;
-    int killAt;
-    QString beforeCopy;
-    QStringList statements;
-
-    void arm()
-    {
-        if (!beforeCopy.isEmpty())
-            QFile::copy(state.database->path(), beforeCopy);
-        state.database->statementHook = [this](const QString& sql) {
-            statements << QString(sql).replace(QLatin1Char('\n'), QLatin1Char(' '));
-            if (statements.size() == killAt)
-                ::kill(::getpid(), SIGKILL);
-        };
-    }
-
-    // Each step is a verb and its words; the steps between "modal" and "back" are played on
-    // the next window the program shows modally.
-    void play(QStringList steps, QWidget* dialog = nullptr)
-    {
-        while (!steps.isEmpty()) {
-            const QString step = steps.takeFirst();
-            const QString verb = step.section(u' ', 0, 0), words = step.section(u' ', 1);
-            const auto n = std::size_t(words.section(u' ', 0, 0).toInt());
-            const QString text = words.section(u' ', 1);
-            if (verb == u"modal") {
-                const qsizetype back = steps.indexOf(QStringLiteral("back"));
-                desktop.setNextModal(
-                    [this, inner = steps.mid(0, back)](QWidget& shown) { play(inner, &shown); });
-                steps = steps.mid(back + 1);
-            } else if (verb == u"arm") {
-                arm();
-            } else if (verb == u"disarm") {
-                state.database->statementHook = nullptr;
-            } else if (verb == u"click") {
-                window.tool_click(words);
-            } else if (verb == u"at") {
-                window.relocate(int(n), text.toInt());
-                window.PreencheCampos();
-            } else if (verb == u"path") { // the hierarchy page's five names
-                for (std::size_t level = 0; level < 5; ++level)
-                    window.Combo[level]->setText(words.section(u'|', int(level), int(level)));
-            } else if (verb == u"combo") {
-                window.Combo[n]->setText(text);
-            } else if (verb == u"texto") {
-                window.Texto[n]->setText(text);
-            } else if (verb == u"node" && !dialog) {
-                window.Arvore_NodeClick(window.node(words));
-            } else if (verb == u"list") {
-                window.Relatos->setCurrentItem(window.Relatos->findItems(words, Qt::MatchExactly).value(0));
-            } else if (verb == u"escape") {
-                window.Form_KeyDown(Qt::Key_Escape);
-            } else if (verb == u"unload") {
-                window.Form_Unload();
-            } else if (verb == u"say") { // what the person sees, on standard output
-                say(words + u' '
-                    + (words == u"mode" ? window.Modo
-                            : words == u"chart"
-                            ? QString::number(test::chartDetails(state, desktop))
-                            : window.dataSet()->value(QStringLiteral("NivelCategoria4.Nome")).toString()));
-            } else if (verb == u"tell") { // the boxes shown and the sounds played
-                for (const test::Box& box : std::as_const(desktop.boxes))
-                    say(QStringLiteral("box ") + box.title + u'|' + box.prompt);
-                for (const int sound : std::as_const(desktop.sounds))
-                    say(QStringLiteral("sound %1").arg(sound));
-            } else if (verb == u"ver") {
-                window.BotaoVer_Click();
-            } else if (verb == u"node") {
-                as<ArvRelat>(dialog).Arvore_NodeClick(as<ArvRelat>(dialog).node(words));
-            } else if (verb == u"nome") {
-                as<ArvRelat>(dialog).Nome->setText(words);
-            } else if (verb == u"escolha") {
-                as<ArvRelat>(dialog).BotaoEscolha_Click(int(n));
-            } else if (verb == u"row") { // a search row: field|criterion|contents
-                auto& search = as<ProContas>(dialog);
-                if (n > 0)
-                    search.BotaoMais_Click(0);
-                search.Campo[n]->setCurrentText(text.section(u'|', 0, 0));
-                search.Criterio[n]->setCurrentText(text.section(u'|', 1, 1));
-                search.Conteudo[n]->setText(text.section(u'|', 2));
-            } else if (verb == u"procura") {
-                as<ProContas>(dialog).BotaoProcura_Click(int(n));
-            } else if (verb == u"semana") { // the week starts n days later
-                QComboBox* week = as<DataPeriodo>(dialog).InicioSemana;
-                week->setCurrentIndex((week->currentIndex() + int(n)) % 7);
-            } else if (verb == u"retrocede") { // the other kind of period
-                auto& period = as<DataPeriodo>(dialog);
-                period.OpcaoRetrocede_Click(period.OpcaoRetrocede[0]->isChecked() ? 1 : 0);
-            } else if (verb == u"botao") {
-                as<DataPeriodo>(dialog).Botao_Click(int(n));
-            } else {
-                stop(QStringLiteral("no such step: ") + step);
-            }
-        }
-    }
-};
-
 } // namespace
 
 int main(int argc, char** argv)
@@ -222,20 +94,28 @@ int main(int argc, char** argv)
         return 0;
     }
     AppState state;
-    test::YesDesktop desktop;
+    YesDesktop desktop;
     const std::unique_ptr<Contas> window = start(args.value(2), state, desktop);
     if (!window)
         stop(QStringLiteral("start-up stopped"));
     if (args.value(4) == u"spill")
         QSqlQuery(state.database->connection()).exec(QStringLiteral("PRAGMA cache_size = 1"));
-    Player player {*window, state, desktop, args.value(3).toInt(), args.value(5), {}};
-    QStringList steps = args.value(1).split(u';');
-    for (QString& step : steps)
-        step = step.trimmed();
-    player.play(steps);
+    QStringList statements;
+    const int killAt = args.value(3).toInt();
+    const auto arm = [&] {
+        if (!args.value(5).isEmpty())
+            QFile::copy(state.database->path(), args.value(5));
+        state.database->statementHook = [&statements, killAt](const QString& sql) {
+            statements << QString(sql).replace(QLatin1Char('\n'), QLatin1Char(' '));
+            if (statements.size() == killAt)
+                ::kill(::getpid(), SIGKILL);
+        };
+    };
+    Player player {*window, state, desktop, arm};
+    player.play(args.value(1));
     if (state.database)
         state.database->statementHook = nullptr;
-    std::printf("%s\n", qPrintable(player.statements.join(u'\n')));
+    std::printf("%s\n", qPrintable(statements.join(u'\n')));
     std::fflush(stdout);
     // The parent needs only the file: Qt's teardown would cost more than the action.
     ::_exit(0);

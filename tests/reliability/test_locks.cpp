@@ -1,17 +1,10 @@
 #include "app/startup.h"
-#include "reliability/reliability.h"
-#include "reports/arvrelat.h"
-#include "reports/dataperiodo.h"
-#include "search/procontas.h"
+#include "reliability/player.h"
 #include "support/testregistry.h"
 
-#include <QComboBox>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QGuiApplication>
-#include <QLineEdit>
-#include <QListWidget>
-#include <QRadioButton>
 #include <QTest>
 
 using namespace varemo;
@@ -28,107 +21,75 @@ const QString ErrorTitle = QStringLiteral("Tratamento de Erros");
 const QStringList Sale {
     QStringLiteral("+Venda: 6|2026-11-24|1"), QStringLiteral("+VendaProdutos: 6|2|1|1|8|5")};
 
-// The program started on a small company, as a person finds it. No event loop runs before the
-// click, so what the load left unread is read by the click itself, under the other's lock.
+// What the person does before the click that writes, and that click; `dialog` is the window
+// they are in when it is not the main one. A failure is logged under `routine`.
+struct Action {
+    const char* name;
+    const char* routine;
+    const char* dialog;
+    const char* before;
+    const char* click;
+};
+
+const Action Actions[] = {
+    {"hierarchy save", "Gravando Registro", "",
+        "click ID_Incluir; path Despesas|Despesas Novas|Grupo Novo|Conta Nova|Item Novo", "click ID_Gravar"},
+    // "CDB", under "Receitas Financeiras"
+    {"level-page save", "Gravando Registro", "",
+        "at 4 9; click ID_Grupo; click ID_Incluir; texto 2 Investimentos", "click ID_Gravar"},
+    // "Condomínio", never moved
+    {"delete", "Excluindo Registro", "", "click ID_Item; node 7N4; click ID_Incluir; click ID_Cancelar",
+        "click ID_Excluir"},
+    // two categories, then one sector off again
+    {"report save", "Gravar Relatório", "ArvRelat", "nome Relatório Novo; node 1N0; node 2N0; node 3N1",
+        "escolha 0"},
+    {"report delete", "Excluindo Relatório", "", "click ID_Relatorios; list Resultado Mensal",
+        "click ID_Excluir"},
+    {"search marking", "Procura", "ProContas", "row 0 Item|contenha|Pão; row 1 Setor|contenha|Receitas",
+        "procura 2"},
+    {"period confirmation", "Período do Relatório", "DataPeriodo", "semana 2; retrocede", "botao 1"},
+};
+
+// The program started on a small company, as a person finds it, and what they did before the
+// click. No event loop runs before the click, so what the load left unread is read by the
+// click itself, under the other's lock.
 struct Session {
-    explicit Session(int busyTimeoutMs)
+    explicit Session(int busyTimeoutMs, const Action* action = nullptr)
     {
         company.closeSql();
         window = start(company.programFolder(), state, desktop);
         if (window)
             state.database->setBusyTimeout(busyTimeoutMs);
+        if (!window || !action)
+            return;
+        const QLatin1String kind(action->dialog);
+        if (kind == QLatin1String("ArvRelat"))
+            dialog = std::make_unique<ArvRelat>(state, desktop, ArvRelat::NewDefinition);
+        else if (kind == QLatin1String("ProContas"))
+            dialog = std::make_unique<ProContas>(state, desktop);
+        else if (kind == QLatin1String("DataPeriodo"))
+            dialog = std::make_unique<DataPeriodo>(state, desktop);
+        play(action->before);
     }
     ~Session()
     {
-        dialogs.clear();
+        dialog.reset();
         if (window)
             window->Form_Unload();
     }
     Session(const Session&) = delete;
     Session& operator=(const Session&) = delete;
     QString path() const { return company.databasePath(); }
-    template<class Dialog, class... Args> Dialog* open(Args&&... args)
+    void play(const char* steps)
     {
-        dialogs.push_back(std::make_unique<Dialog>(state, desktop, std::forward<Args>(args)...));
-        return static_cast<Dialog*>(dialogs.back().get());
+        Player {*window, state, desktop, {}}.play(QString::fromUtf8(steps), dialog.get());
     }
-    void click(const char* tool) { window->tool_click(QString::fromLatin1(tool)); }
 
     TestCompany company;
     AppState state;
     YesDesktop desktop; // a delete and a report save ask first
     std::unique_ptr<Contas> window;
-    std::vector<std::unique_ptr<QWidget>> dialogs; // the action's own windows
-};
-
-// The click that writes, after what the person did before it. It may be clicked again.
-using Click = std::function<void()>;
-
-struct Action {
-    const char* name;
-    const char* routine; // its failure is logged under
-    Click (*prepare)(Session&);
-};
-
-const Action Actions[] = {
-    {"hierarchy save", "Gravando Registro",
-        [](Session& s) -> Click {
-            s.click("ID_Incluir");
-            for (std::size_t level = 0; level < 5; ++level)
-                s.window->Combo[level]->setText(QStringLiteral("Despesas|Despesas Novas|Grupo Novo|Conta "
-                                                               "Nova|Item Novo")
-                                                    .section('|', int(level), int(level)));
-            return [&s] { s.click("ID_Gravar"); };
-        }},
-    {"level-page save", "Gravando Registro",
-        [](Session& s) -> Click {
-            s.window->relocate(4, 9); // "CDB", under "Receitas Financeiras"
-            s.window->PreencheCampos();
-            s.click("ID_Grupo");
-            s.click("ID_Incluir");
-            s.window->Texto[2]->setText(QStringLiteral("Investimentos"));
-            return [&s] { s.click("ID_Gravar"); };
-        }},
-    {"delete", "Excluindo Registro",
-        [](Session& s) -> Click {
-            s.click("ID_Item");
-            s.window->Arvore_NodeClick(s.window->node(QStringLiteral("7N4"))); // "Condomínio", never moved
-            s.click("ID_Incluir");
-            s.click("ID_Cancelar");
-            return [&s] { s.click("ID_Excluir"); };
-        }},
-    {"report save", "Gravar Relatório",
-        [](Session& s) -> Click {
-            auto* report = s.open<ArvRelat>(ArvRelat::NewDefinition);
-            report->Nome->setText(QStringLiteral("Relatório Novo"));
-            for (const char* key : {"1N0", "2N0", "3N1"}) // two categories, then one sector off again
-                report->Arvore_NodeClick(report->node(QString::fromLatin1(key)));
-            return [report] { report->BotaoEscolha_Click(0); };
-        }},
-    {"report delete", "Excluindo Relatório",
-        [](Session& s) -> Click {
-            s.click("ID_Relatorios");
-            s.window->Relatos->setCurrentItem(
-                s.window->Relatos->findItems(QStringLiteral("Resultado Mensal"), {})[0]);
-            return [&s] { s.click("ID_Excluir"); };
-        }},
-    {"search marking", "Procura",
-        [](Session& s) -> Click {
-            auto* search = s.open<ProContas>();
-            search->Campo[0]->setCurrentText(QStringLiteral("Item"));
-            search->Conteudo[0]->setText(QStringLiteral("Pão"));
-            search->BotaoMais_Click(0);
-            search->Campo[1]->setCurrentText(QStringLiteral("Setor"));
-            search->Conteudo[1]->setText(QStringLiteral("Receitas"));
-            return [search] { search->BotaoProcura_Click(2); };
-        }},
-    {"period confirmation", "Período do Relatório",
-        [](Session& s) -> Click {
-            auto* period = s.open<DataPeriodo>();
-            period->InicioSemana->setCurrentIndex((period->InicioSemana->currentIndex() + 2) % 7);
-            period->OpcaoRetrocede[period->OpcaoRetrocede[0]->isChecked() ? 1 : 0]->click();
-            return [period] { period->Botao_Click(1); };
-        }},
+    std::unique_ptr<QWidget> dialog;
 };
 
 QStringList split(QStringList delta, bool sale)
@@ -179,18 +140,16 @@ private slots:
         QFETCH(QString, lock);
         QFETCH(bool, outlasts);
         if (!m_uncontended.contains(action)) { // what the action writes when nobody holds the file
-            Session free(Database::BusyTimeoutMs);
+            Session free(Database::BusyTimeoutMs, &Actions[action]);
             QVERIFY(free.window);
-            const Click click = Actions[action].prepare(free);
             const QStringList before = fileRows(free.path());
-            click();
+            free.play(Actions[action].click);
             m_uncontended[action] = changes(before, fileRows(free.path()));
             QVERIFY2(!m_uncontended[action].isEmpty(), "the action writes nothing even on a free file");
         }
         QList<int> cursors; // the override cursor each time a wait starts or ends
-        Session s(outlasts ? ShortWaitMs : Database::BusyTimeoutMs);
+        Session s(outlasts ? ShortWaitMs : Database::BusyTimeoutMs, &Actions[action]);
         QVERIFY(s.window);
-        const Click click = Actions[action].prepare(s);
         const QStringList before = fileRows(s.path());
         s.desktop.boxes.clear();
         s.desktop.sounds.clear();
@@ -207,7 +166,7 @@ private slots:
         };
         QElapsedTimer clock;
         clock.start();
-        click();
+        s.play(Actions[action].click);
         const qint64 waited = clock.elapsed();
         QCOMPARE(cursors.mid(0, 2), (QList<int> {int(Qt::WaitCursor), -1}));
         QCOMPARE(shownCursor(), -1);
@@ -228,7 +187,7 @@ private slots:
             QVERIFY(other.release());
             QCOMPARE(split(changes(before, fileRows(s.path())), false), QStringList());
             s.desktop.boxes.clear();
-            click(); // the window stayed as the failure left it
+            s.play(Actions[action].click); // the window stayed as the failure left it
         } else {
             QVERIFY(other.release());
             QVERIFY(!QFile::exists(s.company.errorLogPath()));
