@@ -11,8 +11,8 @@
 #include <QPushButton>
 #include <QStringList>
 #include <QTabWidget>
-#include <QToolBar>
 #include <QTest>
+#include <QToolBar>
 #include <QTreeWidget>
 
 #include <memory>
