@@ -4,6 +4,9 @@
 
 #include <QTest>
 
+#include <functional>
+#include <map>
+
 using varemo::Database;
 using varemo::Recordset;
 using varemo::RecordsetType;
@@ -21,38 +24,24 @@ const QString levelOneJoin = QStringLiteral("SELECT * FROM (NivelCategoria1 LEFT
 void act(Recordset& rs, const QString& step, Recordset::Bookmark& mark)
 {
     const QString op = step.section(QLatin1Char(' '), 0, 0), arg = step.section(QLatin1Char(' '), 1);
-    bool isNumber = false;
-    const int number = arg.section(QLatin1Char(' '), 1).toInt(&isNumber);
-    if (op == QLatin1String("next"))
-        rs.moveNext();
-    else if (op == QLatin1String("previous"))
-        rs.movePrevious();
-    else if (op == QLatin1String("first"))
-        rs.moveFirst();
-    else if (op == QLatin1String("last"))
-        rs.moveLast();
-    else if (op == QLatin1String("delete"))
-        rs.deleteCurrent();
-    else if (op == QLatin1String("find"))
-        rs.findFirst(arg);
-    else if (op == QLatin1String("findnext"))
-        rs.findNext(arg);
-    else if (op == QLatin1String("mark"))
-        mark = rs.bookmark();
-    else if (op == QLatin1String("tomark"))
-        rs.setBookmark(arg.isEmpty() ? mark : arg.toLongLong());
-    else if (op == QLatin1String("set"))
-        rs.setValue(QStringLiteral("Nome"), QStringLiteral("x"));
-    else if (op == QLatin1String("read"))
-        rs.value(arg);
-    else if (op == QLatin1String("close"))
-        rs.close();
-    else {
-        op == QLatin1String("edit") ? rs.edit() : rs.addNew();
-        rs.setValue(arg.section(QLatin1Char(' '), 0, 0),
-            isNumber ? QVariant(number) : QVariant(arg.section(QLatin1Char(' '), 1)));
+    const QString field = arg.section(QLatin1Char(' '), 0, 0), value = arg.section(QLatin1Char(' '), 1);
+    const auto write = [&] {
+        rs.setValue(field, value.toInt() ? QVariant(value.toInt()) : QVariant(value));
         rs.update();
-    }
+    };
+    const std::map<QString, std::function<void()>> ops {{QStringLiteral("next"), [&] { rs.moveNext(); }},
+        {QStringLiteral("previous"), [&] { rs.movePrevious(); }},
+        {QStringLiteral("first"), [&] { rs.moveFirst(); }}, {QStringLiteral("last"), [&] { rs.moveLast(); }},
+        {QStringLiteral("delete"), [&] { rs.deleteCurrent(); }},
+        {QStringLiteral("find"), [&] { rs.findFirst(arg); }},
+        {QStringLiteral("findnext"), [&] { rs.findNext(arg); }},
+        {QStringLiteral("mark"), [&] { mark = rs.bookmark(); }},
+        {QStringLiteral("tomark"), [&] { rs.setBookmark(arg.isEmpty() ? mark : arg.toLongLong()); }},
+        {QStringLiteral("set"), [&] { rs.setValue(QStringLiteral("Nome"), QStringLiteral("x")); }},
+        {QStringLiteral("read"), [&] { rs.value(arg); }}, {QStringLiteral("close"), [&] { rs.close(); }},
+        {QStringLiteral("edit"), [&] { rs.edit(), write(); }},
+        {QStringLiteral("add"), [&] { rs.addNew(), write(); }}};
+    ops.at(op)();
 }
 
 // Where a recordset stands after a step: the current Codigo, EOF, BOF or empty.

@@ -46,41 +46,6 @@ QStringList column(const Recordset& rows, const QString& field)
 class TestRecordsetRows : public QObject {
     Q_OBJECT
 private slots:
-    // A row read apart and placed leaves the page as a requery in its order would, or is refused.
-    void placeRow_data()
-    {
-        QTest::addColumn<QString>("change");
-        QTest::addColumn<int>("code"); // the item read again
-        QTest::addColumn<bool>("placed");
-        QTest::newRow("moved to another account")
-            << QStringLiteral("UPDATE NivelCategoria4 SET CodigoCategoria3 = 1 WHERE Codigo = 9") << 9
-            << true;
-        QTest::newRow("new, with no account") << QStringLiteral(
-            "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) VALUES (50, 'Z', 99)")
-                                              << 50 << true;
-        QTest::newRow("same names as another row: only the engine knows the order") << QStringLiteral(
-            "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) VALUES (50, 'BAGUETE', 1)")
-                                                                                    << 50 << false;
-    }
-    void placeRow()
-    {
-        QFETCH(QString, change);
-        QFETCH(int, code);
-        QFETCH(bool, placed);
-        TestCompany company;
-        const auto db = openAfter(company, {});
-        const auto page = db->openRecordset(test::itemChainJoin());
-        page->sortByText(itemOrder);
-        db->execute(change);
-        const auto reread = db->openRecordset(test::itemChainJoin());
-        reread->sortByText(itemOrder);
-        const QList<QList<QVariant>> expected = placed ? reread->rows() : page->rows();
-        const auto row = db->openRecordset(
-            test::itemChainJoin() + QStringLiteral("WHERE NivelCategoria4.Codigo = %1").arg(code));
-        QCOMPARE(page->placeRow(QStringLiteral("NivelCategoria4.Codigo"), row->rows().first()), placed);
-        QCOMPARE(page->rows(), expected);
-    }
-
     // Rows left for later and read in slices, or by a first use, come as one read gives them:
     // the same rows, bookmarks and order, ties included, and a table stays writable. Texts read
     // back as stored whether a column's repeats are shared or not (a column that turns to
