@@ -1,4 +1,7 @@
+#include "data/criteria.h"
 #include "data/dialect.h"
+#include "data/errors.h"
+#include "data/schema.h"
 #include "support/company.h"
 #include "support/testregistry.h"
 
@@ -9,9 +12,18 @@
 #include <memory>
 
 using varemo::test::TestCompany;
+namespace criteria = varemo::criteria;
 namespace dialect = varemo::dialect;
 
 namespace {
+
+const QStringList fields {QStringLiteral("Codigo"), QStringLiteral("Nome"), QStringLiteral("Marca"),
+    QStringLiteral("Data"), QStringLiteral("NivelCategoria4.Codigo")};
+
+int resolve(const QString& field)
+{
+    return static_cast<int>(fields.indexOf(field));
+}
 
 QStringList list(const char* items)
 {
@@ -20,13 +32,22 @@ QStringList list(const char* items)
 
 } // namespace
 
-// The Jet text the program writes, translated and run on the company file itself; every test
-// runs in a transaction rolled back after it.
+// The Jet text the program writes, translated and run on the company file itself, a find's
+// criteria, and the file as the schema makes it; every test runs in a transaction rolled back after it.
 class TestDialect : public QObject {
     Q_OBJECT
 
     std::unique_ptr<TestCompany> m_company;
     QSqlDatabase m_db;
+
+    QStringList column(const QString& sql)
+    {
+        QSqlQuery query(m_db);
+        QStringList values;
+        for (query.exec(sql); query.next();)
+            values << query.value(0).toString();
+        return values;
+    }
 
     void run(const QString& jet)
     {
@@ -127,6 +148,98 @@ private slots:
         QFETCH(QStringList, other);
         for (const QString& text : matching + other)
             QVERIFY2(dialect::likeMatches(text, pattern) == matching.contains(text), qPrintable(text));
+    }
+
+    // A find's criteria on a row of (Codigo, Nome, Marca, Data, NivelCategoria4.Codigo): whether it
+    // matches, or the number Jet refuses it with. The forms the random finds write are theirs.
+    void criteria_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<criteria::Row>("values");
+        QTest::addColumn<int>("result"); // 1 matches, 0 does not
+        const auto row = [](const char* name, const char* text, const QVariant& mark, int result) {
+            QTest::newRow(name) << QString::fromUtf8(
+                text) << criteria::Row {12, QStringLiteral("D'Avila"), mark, QStringLiteral("2026-03-15"), 17}
+                                << result;
+        };
+        row("True against a Yes/No", "Marca = True", true, 1);
+        row("Like on a number", "Codigo Like '1#'", 0, 1);
+        row("joined field", "NivelCategoria4.Codigo = 17", 0, 1);
+        row("bracketed field, double quotes", "[Nome] = \"d'avila\"", 0, 1);
+        row("trailing semicolon", "Codigo = 12;", 0, 1);
+        row("apostrophe in a name", "Nome = 'D'Avila'", 0, 3077);
+        row("open parenthesis", "(Codigo = 1", 0, 3077);
+        row("two values", "Nome = 'a' 'b'", 0, 3077);
+        row("unclosed set", "Nome Like '[ab'", 0, 3077);
+        row("impossible date", "Data = #13/45/2026#", 0, 3077);
+        row("unknown field", "Desconhecido = 1", 0, 3070);
+        row("text against a number", "Nome = 5", 0, 3464);
+    }
+    void criteria()
+    {
+        QFETCH(QString, text);
+        QFETCH(criteria::Row, values);
+        QFETCH(int, result);
+        bool matches = false;
+        const int number
+            = varemo::test::jetFailure([&] { matches = criteria::compile(text, resolve)(values); });
+        QCOMPARE(number ? number : int(matches), result);
+    }
+
+    // After the statements the query finds exactly one row.
+    void schemaRows_data()
+    {
+        QTest::addColumn<QString>("statements");
+        QTest::addColumn<QString>("query");
+        const auto row = [](const char* name, const char* statements, const char* query) {
+            QTest::newRow(name) << QString::fromUtf8(statements) << QString::fromUtf8(query);
+        };
+        // Names compare without regard to case, for any tool reading the file without our collation.
+        row("group name", "INSERT INTO NivelCategoria0 (Nome) VALUES ('Receitas Extras')",
+            "SELECT 1 FROM NivelCategoria0 WHERE Nome = 'RECEITAS extras'");
+        row("product name", "INSERT INTO Produtos (CodigoLinha, NomeProduto) VALUES (1, 'Bolo')",
+            "SELECT 1 FROM Produtos WHERE NomeProduto = 'BOLO'");
+        // A new item is typed and unmarked, its name found in any case; a new group's lock is Null.
+        row("new item", "INSERT INTO NivelCategoria4 (Nome, CodigoCategoria3) VALUES ('Gas', 1)",
+            "SELECT 1 FROM NivelCategoria4 WHERE Nome = 'GAS' AND CodigoProduto = 0 AND Marca = 0");
+        row("new group", "INSERT INTO NivelCategoria2 (Nome, CodigoCategoria1) VALUES ('G', 1)",
+            "SELECT 1 FROM NivelCategoria2 WHERE Nome = 'G' AND Travado IS NULL");
+        row("capitals do not sort first",
+            "INSERT INTO NivelCategoria3 (Nome, CodigoCategoria2) VALUES ('B', 1), ('a', 1)",
+            "SELECT Nome = 'a' COLLATE BINARY FROM NivelCategoria3 WHERE Nome IN ('a', 'B') ORDER BY Nome "
+            "LIMIT 1");
+        // A deleted row's code is never given to a new one.
+        for (const auto& [table, name] : {std::pair {"NivelCategoria1", "Nome"},
+                 std::pair {"NivelCategoria4", "Nome"}, std::pair {"Relatorios", "NomeRelatorio"}})
+            QTest::addRow("%s code not reused", table)
+                << QStringLiteral(
+                       "INSERT INTO %1 (%2) VALUES ('x'); INSERT INTO %1 (%2) VALUES ('x'); DELETE FROM %1 "
+                       "WHERE rowid = (SELECT MAX(rowid) FROM %1); INSERT INTO %1 (%2) VALUES ('y')")
+                       .arg(QLatin1String(table), QLatin1String(name))
+                << QStringLiteral("SELECT (SELECT rowid FROM %1 WHERE %2 = 'y') = (SELECT MAX(rowid) FROM %1 "
+                                  "WHERE %2 = 'x') + 2")
+                       .arg(QLatin1String(table), QLatin1String(name));
+    }
+    void schemaRows()
+    {
+        QFETCH(QString, statements);
+        QFETCH(QString, query);
+        for (const QString& statement : statements.split(QStringLiteral("; ")))
+            QVERIFY2(QSqlQuery(m_db).exec(statement), qPrintable(statement));
+        QCOMPARE(column(query), QStringList {"1"});
+    }
+
+    // A table met half-way through makes the whole creation fail and leave nothing.
+    void createIsAllOrNothing()
+    {
+        for (const QString& table : varemo::schema::tableNames())
+            if (table != QLatin1String("Produtos"))
+                QSqlQuery(m_db).exec(QStringLiteral("DROP TABLE ") + table);
+        QVERIFY_THROWS_EXCEPTION(varemo::JetError, varemo::schema::create(m_db));
+        QCOMPARE(
+            column(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table' AND name NOT LIKE "
+                                  "'sqlite%'")),
+            QStringList {"Produtos"});
     }
 };
 
