@@ -1,3 +1,4 @@
+#include "app/errorlog.h"
 #include "app/singleinstance.h"
 #include "app/startup.h"
 #include "app/state.h"
@@ -9,10 +10,12 @@
 #include <QDir>
 #include <QFile>
 #include <QSignalSpy>
+#include <QTemporaryDir>
 #include <QTest>
 
 using namespace varemo;
 
+// Start-up, the single running copy and the error log.
 class TestStartup : public QObject {
     Q_OBJECT
 
@@ -145,6 +148,59 @@ private slots:
             QVERIFY(window.isVisible());
             QCOMPARE(window.windowState() & (Qt::WindowMinimized | Qt::WindowMaximized), was);
         }
+    }
+
+    // Each error adds its record under the header, in the Windows code page (what it cannot
+    // hold is one question mark); the person hears and sees it too.
+    void errorLog_data()
+    {
+        QTest::addColumn<QDateTime>("when");
+        QTest::addColumn<QString>("description");
+        QTest::addColumn<QByteArray>("bytes"); // the date line, then the description
+        const QDateTime november5(QDate(2025, 11, 5), QTime(9, 7, 41));
+        QTest::newRow("march afternoon, accents")
+            << QDateTime(QDate(2026, 3, 31), QTime(17, 59, 59)) << QStringLiteral("Ocupação Água")
+            << QByteArray("31-mar\xE7o-2026  17:59|Ocupa\xE7\xE3o \xC1gua");
+        QTest::newRow("midnight, cp1252 upper controls")
+            << QDateTime(QDate(2024, 1, 1), QTime(0, 0)) << QStringLiteral("€ – “x” …")
+            << QByteArray("01-janeiro-2024  00:00|\x80 \x96 \x93x\x94 \x85");
+        QTest::newRow("emoji") << november5 << QStringLiteral("pão 😀!")
+                               << QByteArray("05-novembro-2025  09:07|p\xE3o ?!");
+        QTest::newRow("lone surrogate")
+            << november5 << QString(QChar(0xD800)) + u'a' << QByteArray("05-novembro-2025  09:07|?a");
+        QTest::newRow("line breaks kept")
+            << november5 << QStringLiteral("a\r\nb") << QByteArray("05-novembro-2025  09:07|a\r\nb");
+    }
+    void errorLog()
+    {
+        QFETCH(QDateTime, when);
+        QFETCH(QString, description);
+        QFETCH(QByteArray, bytes);
+        QTemporaryDir folder;
+        QVERIFY(QDir().mkpath(folder.filePath(QStringLiteral("Dados"))));
+        AppState state;
+        state.dataFolder = folder.path() + u'/';
+        state.major = 1;
+        state.minor = 2;
+        state.revision = 30;
+        test::FakeDesktop desktop;
+        for (int i = 0; i < 2; ++i)
+            logError(state, desktop, rotina::Movimento, description, 3021, when);
+        const QByteArray record = bytes.split('|')[0]
+            + "\r\nUsu\xE1rio: \r\nPrograma: Plano de Contas\r\nRotina: Erro no Movimento_Click\r\nVers\xE3o "
+              "1.2.30\r\nErro n\xFAmero: 3021\r\nDescri\xE7\xE3o: "
+            + bytes.split('|')[1] + "\r\n\r\n";
+        QCOMPARE(test::readFile(folder.filePath(QStringLiteral("Dados/Erros.txt"))),
+            "***** NAO APAGUE AS LINHAS ABAIXO *****\r\n\r\n" + record + record);
+        QCOMPARE(desktop.sounds, (QList<int> {1, 1}));
+        QCOMPARE(desktop.calls.size(), 4);
+        QCOMPARE(desktop.calls.last(),
+            QStringLiteral(
+                "box Erro no Programa Plano de Contas\rAnote os dados abaixo e informe ao desenvolvedor "
+                ":\r\rRotina em que houve o erro: Erro no Movimento_Click\rVersão 1.2.30\rErro número: "
+                "3021\rDescrição: %1|Tratamento de Erros|%2")
+                .arg(description)
+                .arg(vb::Critical));
     }
 };
 

@@ -22,11 +22,15 @@ private slots:
         QTest::addColumn<QString>("change"); // run on the company before the load
         QTest::addColumn<QString>("steps");
         QTest::addColumn<QString>("expected"); // the screen afterwards
-        const auto row = [](const char* tag, const char* change, const char* steps, const char* expected) {
-            QTest::newRow(tag) << QString::fromUtf8(change) << QString::fromLatin1(steps)
-                               << QString::fromUtf8(expected);
+        const auto row = [](const char* tag, const char* change, const char* steps, const QString& expected) {
+            QTest::newRow(tag) << QString::fromUtf8(change) << QString::fromLatin1(steps) << expected;
         };
-        const char* hits = "UPDATE NivelCategoria4 SET Marca = 1 WHERE Codigo IN (8, 5, 3)";
+        // Three hits, the report's box over them.
+        const auto hit = [&row](const char* tag, const char* steps, const char* expected) {
+            row(tag, "UPDATE NivelCategoria4 SET Marca = 1 WHERE Codigo IN (8, 5, 3)", steps,
+                QString::fromUtf8(expected)
+                    + QStringLiteral(" [Registros encontrados]|Foram encontrados 3 registros,  /64"));
+        };
         const char* noItems
             = "INSERT INTO NivelCategoria3 (Codigo, Nome, CodigoCategoria2) VALUES (8, 'Sem itens', 6)";
         row("first", "", "m4*5 m0", "0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
@@ -59,27 +63,16 @@ private slots:
         row("no move while a record is open", "", "ID_Incluir m5",
             "Inserir 010|Inserindo novo registro|0 4 Registro 10/10 Aluguel e condomínio/");
         // A search may start from the level page: the hits are shown on the item page.
-        row("first hit", hits, "ID_Setor h3",
-            "0 4 3 Registros 3/9 Energia/Conta de luz hit 1/3 00111 [Registros encontrados]|Foram "
-            "encontrados 3 registros,  /64");
-        row("next hit skips unmarked rows", hits, "ID_Setor h3 f3",
-            "0 4 3 Registros 4/9 Farinhas/Farinha de trigo hit 2/3 11111 [Registros encontrados]|Foram "
-            "encontrados 3 registros,  /64");
-        row("last hit", hits, "h3 f4",
-            "0 4 3 Registros 6/9 Farinhas/Farinha de trigo hit 3/3 11100 [Registros encontrados]|Foram "
-            "encontrados 3 registros,  /64");
-        row("next at the last hit stays", hits, "h3 f4 f3",
-            "0 4 3 Registros 6/9 Farinhas/Farinha de trigo hit 3/3 11100 [Registros encontrados]|Foram "
-            "encontrados 3 registros,  /64");
-        row("previous hit", hits, "h3 f4 f1",
-            "0 4 3 Registros 4/9 Farinhas/Farinha de trigo hit 2/3 11111 [Registros encontrados]|Foram "
-            "encontrados 3 registros,  /64");
-        row("previous at the first hit stays", hits, "h3 f1",
-            "0 4 3 Registros 3/9 Energia/Conta de luz hit 1/3 00111 [Registros encontrados]|Foram "
-            "encontrados 3 registros,  /64");
-        row("back to the first hit", hits, "h3 f4 f0",
-            "0 4 3 Registros 3/9 Energia/Conta de luz hit 1/3 00111 [Registros encontrados]|Foram "
-            "encontrados 3 registros,  /64");
+        hit("first hit", "ID_Setor h3", "0 4 3 Registros 3/9 Energia/Conta de luz hit 1/3 00111");
+        hit("next hit skips unmarked rows", "ID_Setor h3 f3",
+            "0 4 3 Registros 4/9 Farinhas/Farinha de trigo hit 2/3 11111");
+        hit("last hit", "h3 f4", "0 4 3 Registros 6/9 Farinhas/Farinha de trigo hit 3/3 11100");
+        hit("next at the last hit stays", "h3 f4 f3",
+            "0 4 3 Registros 6/9 Farinhas/Farinha de trigo hit 3/3 11100");
+        hit("previous hit", "h3 f4 f1", "0 4 3 Registros 4/9 Farinhas/Farinha de trigo hit 2/3 11111");
+        hit("previous at the first hit stays", "h3 f1",
+            "0 4 3 Registros 3/9 Energia/Conta de luz hit 1/3 00111");
+        hit("back to the first hit", "h3 f4 f0", "0 4 3 Registros 3/9 Energia/Conta de luz hit 1/3 00111");
         row("one hit", "UPDATE NivelCategoria4 SET Marca = 1 WHERE Codigo = 3", "h1 f3",
             "0 4 1 Registro 6/9 Farinhas/Farinha de trigo hit 1/1 00100 [Registro encontrado]|Foi encontrado "
             "apenas um registro, /64");
@@ -164,10 +157,9 @@ private slots:
     {
         QTest::addColumn<int>("button");
         QTest::addColumn<QString>("calls");
-        QTest::newRow("searched")
-            << 2
-            << "modal ProContas sound 7 box Foram encontrados 4 registros,  \rcom as regras de "
-               "filtro estabelecidas.|Registros encontrados|64";
+        QTest::newRow("searched") << 2
+                                  << "modal ProContas sound 7 box Foram encontrados 4 registros,  \rcom as "
+                                     "regras de filtro estabelecidas.|Registros encontrados|64";
         QTest::newRow("cancelled") << 1 << "modal ProContas sound 7";
     }
     void searchThenReport()
