@@ -152,57 +152,31 @@ private slots:
             test::jetFailure([&] { Database::open(company.databasePath()); }), jet::ServerConnectionFailed);
     }
 
-    // Another module holding the file past the wait fails the action with 3218 (never
-    // the damaged-file 3049), after the wait and not before.
-    void lockOutlastingTheWait_data()
+    // An action that fails leaves the file and the recordsets it wrote as they were before it;
+    // the same action then goes through. Another module holding the file past the wait fails it
+    // with 3218 (never the damaged-file 3049), after the wait and not before.
+    void failureLeavesNothing_data()
     {
-        QTest::addColumn<QString>("lock");
-        QTest::addColumn<QString>("action");
-        const auto row = [](const char* lock, const char* action) {
-            QTest::addRow("%s, %s", lock, action) << QString::fromLatin1(lock) << QString::fromLatin1(action);
-        };
-        row("BEGIN IMMEDIATE", "unit");
-        row("BEGIN EXCLUSIVE", "open");
-        row("BEGIN EXCLUSIVE", "read");
+        QTest::addColumn<QString>("lock"); // statements of another module before the action
+        QTest::addColumn<QString>("action"); // a unit adding, editing and deleting, then failing
+        QTest::addColumn<int>("number"); // -1 for our own defect
+        QTest::newRow("bad statement") << ""
+                                       << "statement" << 3075;
+        QTest::newRow("unit inside a unit") << ""
+                                            << "inner unit" << -1;
+        QTest::newRow("a reader keeps COMMIT waiting") << "BEGIN; SELECT count(*) FROM NivelCategoria1"
+                                                       << "commit" << 3218;
+        QTest::newRow("a writer holds the file") << "BEGIN IMMEDIATE"
+                                                 << "commit" << 3218;
+        QTest::newRow("opening under an exclusive lock") << "BEGIN EXCLUSIVE"
+                                                         << "open" << 3218;
+        QTest::newRow("reading under an exclusive lock") << "BEGIN EXCLUSIVE"
+                                                         << "read" << 3218;
     }
-    void lockOutlastingTheWait()
+    void failureLeavesNothing()
     {
         QFETCH(QString, lock);
         QFETCH(QString, action);
-        TestCompany company;
-        auto db = Database::open(company.databasePath(), ShortWaitMs);
-        company.exec(lock);
-        QElapsedTimer clock;
-        clock.start();
-        const int number = jetFailure([&] {
-            if (action == QLatin1String("unit"))
-                UnitOfWork unit(*db);
-            else if (action == QLatin1String("open"))
-                Database::open(company.databasePath(), ShortWaitMs);
-            else
-                db->openRecordset("NivelCategoria1");
-        });
-        const qint64 waited = clock.elapsed();
-        company.exec("ROLLBACK");
-        QCOMPARE(number, 3218);
-        QVERIFY2(waited >= ShortWaitMs - 20, qPrintable(QString::number(waited)));
-        QVERIFY(!db->inTransaction());
-        QCOMPARE(db->execute("DELETE * FROM Procura;"), 0); // usable again
-    }
-
-    // A unit that does not commit (after an addition, an edit and a deletion) leaves the file and
-    // the recordsets it wrote as they were at its first write; the same action then goes through.
-    void failedUnitForgetsItsRows_data()
-    {
-        QTest::addColumn<QString>("failure");
-        QTest::addColumn<int>("number"); // -1 for our own defect
-        QTest::newRow("statement") << "statement" << 3075;
-        QTest::newRow("inner unit") << "inner unit" << -1;
-        QTest::newRow("reader") << "reader" << 3218; // COMMIT kept waiting past the wait
-    }
-    void failedUnitForgetsItsRows()
-    {
-        QFETCH(QString, failure);
         QFETCH(int, number);
         TestCompany company;
         const auto db = Database::open(company.databasePath(), ShortWaitMs);
@@ -210,12 +184,16 @@ private slots:
         const auto stand
             = [&rs](int code) { QVERIFY(rs->findFirst(QStringLiteral("Codigo = %1").arg(code))); };
         stand(3);
-        if (failure == QLatin1String("reader")) {
-            company.exec("BEGIN");
-            QCOMPARE(company.count("SELECT count(*) FROM NivelCategoria1"), 4);
-        }
+        for (const QString& statement : lock.split(QStringLiteral("; "), Qt::SkipEmptyParts))
+            company.exec(statement);
         int failed = 0;
+        QElapsedTimer clock;
+        clock.start();
         try {
+            if (action == QLatin1String("open"))
+                Database::open(company.databasePath(), ShortWaitMs);
+            else if (action == QLatin1String("read"))
+                db->openRecordset("NivelCategoria2");
             UnitOfWork unit(*db);
             rs->addNew();
             rs->setValue("Nome", QStringLiteral("Setor novo"));
@@ -225,9 +203,9 @@ private slots:
             rs->update();
             stand(4);
             rs->deleteCurrent();
-            if (failure == QLatin1String("statement"))
+            if (action == QLatin1String("statement"))
                 db->execute("UPDATE NivelCategoria2 SET Nome = 'x'' WHERE Codigo = 1");
-            else if (failure == QLatin1String("inner unit"))
+            else if (action == QLatin1String("inner unit"))
                 UnitOfWork inner(*db);
             unit.commit();
         } catch (const JetError& error) {
@@ -235,9 +213,11 @@ private slots:
         } catch (const StorageBug&) {
             failed = -1;
         }
-        if (failure == QLatin1String("reader"))
+        const qint64 waited = clock.elapsed();
+        if (!lock.isEmpty())
             company.exec("ROLLBACK");
         QCOMPARE(failed, number);
+        QVERIFY2(number != 3218 || waited >= ShortWaitMs - 20, qPrintable(QString::number(waited)));
         QVERIFY(!db->inTransaction());
         QCOMPARE(company.count("SELECT count(*) FROM NivelCategoria1"), 4);
         QCOMPARE(rs->recordCount(), 4);
