@@ -88,28 +88,20 @@ private slots:
 
         // The product-line groups hold, under their exact sector, every line of their kind as an
         // account and every product of it as an item.
-        const char* const groups[][3]
-            = {{"Receitas Clientes", "Vendas Produtos", "0"}, {"Receitas Clientes", "Vendas Insumos", "1"},
-                {"Despesas Fornecedores", "Fornecedores Produtos", "0"},
-                {"Despesas Fornecedores", "Fornecedores Insumos", "1"}};
-        for (const auto& [sector, group, insumo] : groups) {
-            const QString code
-                = QStringLiteral("(SELECT g.Codigo FROM NivelCategoria2 g JOIN NivelCategoria1 s "
-                                 "ON s.Codigo = g.CodigoCategoria1 WHERE s.Nome = '%1' COLLATE "
-                                 "BINARY AND g.Nome = '%2' COLLATE BINARY)")
-                      .arg(QString::fromUtf8(sector), QString::fromUtf8(group));
-            const QString accounts
-                = QStringLiteral("SELECT Nome FROM NivelCategoria3 WHERE CodigoCategoria2 = %1").arg(code);
-            const QString lines = QStringLiteral("SELECT NomeLinha FROM Linhas WHERE Insumo = ") + insumo;
-            rule(group,
-                QStringLiteral(
-                    "SELECT %1 IS NOT NULL AND NOT EXISTS (%2 EXCEPT %3) AND NOT EXISTS (%3 EXCEPT "
-                    "%2) AND (SELECT COUNT(*) FROM NivelCategoria4 WHERE CodigoCategoria3 IN (SELECT "
-                    "Codigo FROM NivelCategoria3 WHERE CodigoCategoria2 = %1)) = (SELECT COUNT(*) "
-                    "FROM Produtos JOIN Linhas USING (CodigoLinha) WHERE Insumo = %4)")
-                    .arg(code, accounts, lines, QLatin1String(insumo)),
-                1);
-        }
+        rule("product-line groups",
+            "WITH g(sector, grp, insumo) AS (VALUES ('Receitas Clientes', 'Vendas Produtos', 0), ('Receitas "
+            "Clientes', 'Vendas Insumos', 1), ('Despesas Fornecedores', 'Fornecedores Produtos', 0), "
+            "('Despesas "
+            "Fornecedores', 'Fornecedores Insumos', 1)), c(code, insumo) AS (SELECT (SELECT n2.Codigo FROM "
+            "NivelCategoria2 n2 JOIN NivelCategoria1 n1 ON n1.Codigo = n2.CodigoCategoria1 WHERE n1.Nome = "
+            "g.sector COLLATE BINARY AND n2.Nome = g.grp COLLATE BINARY), insumo FROM g) SELECT COUNT(*) "
+            "FROM c "
+            "WHERE code IS NULL OR EXISTS (SELECT Nome FROM NivelCategoria3 WHERE CodigoCategoria2 = c.code "
+            "EXCEPT SELECT NomeLinha FROM Linhas WHERE Insumo = c.insumo) OR EXISTS (SELECT NomeLinha FROM "
+            "Linhas WHERE Insumo = c.insumo EXCEPT SELECT Nome FROM NivelCategoria3 WHERE CodigoCategoria2 = "
+            "c.code) OR (SELECT COUNT(*) FROM NivelCategoria4 WHERE CodigoCategoria3 IN (SELECT Codigo FROM "
+            "NivelCategoria3 WHERE CodigoCategoria2 = c.code)) <> (SELECT COUNT(*) FROM Produtos JOIN Linhas "
+            "USING (CodigoLinha) WHERE Insumo = c.insumo)");
 
         // Product lines point at a product and its line; item lines at an ordinary item of the
         // document's side (income for sales, expense for purchases) and its level-1 sector.
