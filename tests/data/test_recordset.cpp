@@ -59,18 +59,15 @@ void act(Recordset& rs, const QString& step, Recordset::Bookmark& mark)
         rs.setValue(field, value.toInt() ? QVariant(value.toInt()) : QVariant(value));
         rs.update();
     };
-    const std::map<QString, std::function<void()>> ops {{QStringLiteral("next"), [&] { rs.moveNext(); }},
-        {QStringLiteral("previous"), [&] { rs.movePrevious(); }},
-        {QStringLiteral("first"), [&] { rs.moveFirst(); }}, {QStringLiteral("last"), [&] { rs.moveLast(); }},
-        {QStringLiteral("delete"), [&] { rs.deleteCurrent(); }},
-        {QStringLiteral("find"), [&] { rs.findFirst(arg); }},
-        {QStringLiteral("findnext"), [&] { rs.findNext(arg); }},
-        {QStringLiteral("mark"), [&] { mark = rs.bookmark(); }},
-        {QStringLiteral("tomark"), [&] { rs.setBookmark(arg.isEmpty() ? mark : arg.toLongLong()); }},
-        {QStringLiteral("set"), [&] { rs.setValue(QStringLiteral("Nome"), QStringLiteral("x")); }},
-        {QStringLiteral("read"), [&] { rs.value(arg); }}, {QStringLiteral("close"), [&] { rs.close(); }},
-        {QStringLiteral("edit"), [&] { rs.edit(), write(); }},
-        {QStringLiteral("add"), [&] { rs.addNew(), write(); }}};
+    const std::map<QString, std::function<void()>> ops {{"next", [&] { rs.moveNext(); }},
+        {"previous", [&] { rs.movePrevious(); }}, {"first", [&] { rs.moveFirst(); }},
+        {"last", [&] { rs.moveLast(); }}, {"delete", [&] { rs.deleteCurrent(); }},
+        {"find", [&] { rs.findFirst(arg); }}, {"findnext", [&] { rs.findNext(arg); }},
+        {"mark", [&] { mark = rs.bookmark(); }},
+        {"tomark", [&] { rs.setBookmark(arg.isEmpty() ? mark : arg.toLongLong()); }},
+        {"set", [&] { rs.setValue(QStringLiteral("Nome"), QStringLiteral("x")); }},
+        {"read", [&] { rs.value(arg); }}, {"close", [&] { rs.close(); }},
+        {"edit", [&] { rs.edit(), write(); }}, {"add", [&] { rs.addNew(), write(); }}};
     ops.at(op)();
 }
 
@@ -99,26 +96,26 @@ private slots:
                                          "next -> !3021; previous -> 3";
         QTest::newRow("empty") << "SELECT * FROM NivelCategoria4 WHERE Codigo = 9999"
                                << "first -> !3021; last -> !3021; next -> !3021; previous -> !3021";
-        // a deleted row stays current but unreadable; the next move goes on from its place
-        QTest::newRow("delete, next")
-            << byCode << "find Codigo = 3 -> 3; delete -> !3167; next -> 4; previous -> 2";
-        QTest::newRow("delete, find next")
-            << byCode << "find Codigo = 3 -> 3; delete -> !3167; findnext Codigo > 0 -> 4";
-        QTest::newRow("no match stays at EOF") << byCode << "last -> 9; next -> EOF; find Codigo = 99 -> EOF";
+        // a deleted row stays current but unreadable; the next move or find goes on from its place
+        QTest::newRow("moves and finds after a delete")
+            << byCode
+            << "find Codigo = 3 -> 3; delete -> !3167; next -> 4; previous -> 2; find Codigo = 5 -> 5; "
+               "delete -> !3167; findnext Codigo > 0 -> 6; last -> 9; next -> EOF; find Codigo = 99 -> EOF; "
+               "find Marca = 0 -> 1";
         QTest::newRow("first in the recordset's order")
             << "SELECT * FROM NivelCategoria4 ORDER BY Codigo DESC"
             << "find CodigoCategoria3 = 5 -> 7";
-        QTest::newRow("on a Yes/No") << byCode << "last -> 9; find Marca = 0 -> 1";
         QTest::newRow("on a join") << levelOneJoin << "find NivelCategoria0.Codigo = 2 -> 2";
         // after AddNew and Update the record current before stays current
         QTest::newRow("lookups follow writes")
             << byCode
-            << "find Codigo = 5 -> 5; mark -> 5; tomark -> 5; find CodigoCategoria3 = 6 -> 8; "
-               "add CodigoCategoria3 8 -> 8; find CodigoCategoria3 = 8 -> 10; find Codigo = 6 -> 6; "
-               "edit CodigoCategoria3 6 -> 6; find CodigoCategoria3 = 5 -> 7; find CodigoCategoria3 = 6 -> "
-               "6; "
-               "find Codigo = 1 -> 1; delete -> !3167; find CodigoCategoria3 = 5 -> 7; tomark -> 5; "
-               "tomark 987654 -> !3159";
+            << "find Codigo = 5 -> 5; mark -> 5; tomark -> 5; find CodigoCategoria3 = 6 -> 8; add "
+               "CodigoCategoria3 "
+               "8 -> 8; find CodigoCategoria3 = 8 -> 10; find Codigo = 6 -> 6; edit CodigoCategoria3 6 -> 6; "
+               "find "
+               "CodigoCategoria3 = 5 -> 7; find CodigoCategoria3 = 6 -> 6; find Codigo = 1 -> 1; delete -> "
+               "!3167; "
+               "find CodigoCategoria3 = 5 -> 7; tomark -> 5; tomark 987654 -> !3159";
         QTest::newRow("misuses") << byCode
                                  << "set -> !3020; read Apelido -> !3265; find Apelido = 3 -> !3070; "
                                     "close -> empty; first -> !3420";
