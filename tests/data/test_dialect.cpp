@@ -112,13 +112,12 @@ private slots:
         QFETCH(int, number);
         QFETCH(QString, expected);
         QCOMPARE(varemo::test::jetFailure([&] { run(jet); }), number);
-        QSqlQuery query(m_db);
-        QVERIFY(query.exec(QStringLiteral(
-                    "SELECT (SELECT group_concat(Nome, '|') FROM (SELECT Nome FROM NivelCategoria1 ORDER BY "
-                    "Codigo)) || ' / ' || (SELECT group_concat(Codigo || CASE Marca WHEN 1 THEN '*' ELSE '' "
-                    "END) FROM (SELECT Codigo, Marca FROM NivelCategoria4 ORDER BY Codigo))"))
-            && query.next());
-        QCOMPARE(query.value(0).toString(), expected);
+        QCOMPARE(column(QStringLiteral("SELECT (SELECT group_concat(Nome, '|') FROM (SELECT Nome FROM "
+                                       "NivelCategoria1 ORDER BY Codigo)) "
+                                       "|| ' / ' || (SELECT group_concat(Codigo || CASE Marca WHEN 1 THEN "
+                                       "'*' ELSE '' END) FROM (SELECT "
+                                       "Codigo, Marca FROM NivelCategoria4 ORDER BY Codigo))")),
+            QStringList {expected});
     }
 
     // Each pattern against texts it matches and texts it does not.
