@@ -8,6 +8,8 @@
 #include "support/company.h"
 #include "support/fakedesktop.h"
 
+#include <QAction>
+#include <QMenu>
 #include <QPushButton>
 #include <QStringList>
 #include <QTabWidget>
@@ -123,11 +125,12 @@ struct LoadedContas {
         }
     }
 
-    // The window in one line: mode, tool bars and first move on (left out while browsing); the
-    // status message; tab, level, record counter, the current row's parent and name, the hit
-    // being walked with the hit buttons that are on, the titles of the boxes shown; the last
-    // box's first line and buttons; the rows of each level in the file (left out while they
-    // are the seeded ones).
+    // The window in one line: the mode, tool bars and first move on, the record tools and the
+    // two menu groups on (left out while browsing as usual); the title of an archive; the status
+    // message; tab, level, record counter, the current row's parent and name, the hit being
+    // walked with the hit buttons that are on, the titles of the boxes shown; the last box's
+    // first line and buttons; the rows of each level in the file (left out while they are the
+    // seeded ones).
     QString screen()
     {
         const auto level = std::size_t(window->NivelAtual);
@@ -156,11 +159,19 @@ struct LoadedContas {
         for (int n = 0; n < 5; ++n)
             rows << QString::number(
                 company.count(QStringLiteral("SELECT count(*) FROM NivelCategoria%1").arg(n)));
-        QStringList seen {window->Modo + u' ' + on(!window->Barra1->isHidden())
-                + on(!window->Barra2->isHidden()) + on(window->Movimento[0]->isEnabled()),
+        QString tools(u' ');
+        for (const char* name :
+            {"ID_Incluir", "ID_Alterar", "ID_Excluir", "ID_Filtrar", "ID_Gravar", "ID_Cancelar"})
+            tools += on(window->action(QString::fromLatin1(name))->isEnabled());
+        tools += u' ';
+        for (const char* group : {"ID_Editar", "ID_Relatórios"})
+            tools += on(window->menu(QString::fromUtf8(group))->menuAction()->isEnabled());
+        QStringList seen {window->Status->panelText(StatusBar::Mode) + u' ' + on(!window->Barra1->isHidden())
+                + on(!window->Barra2->isHidden()) + on(window->Movimento[0]->isEnabled()) + tools,
+            window->windowTitle().remove(QStringLiteral("Plano de Contas - Padaria Teste Ltda")),
             window->Status->panelText(StatusBar::Message), shown,
             last.prompt.section(u'\r', 0, 0) + QStringLiteral("/%1").arg(last.buttons), rows.join(u' ')};
-        for (const char* usual : {"Visualizar 101", "", "/0", "3 4 6 7 9"})
+        for (const char* usual : {"Visualizar 101 111100 11", "", "/0", "3 4 6 7 9"})
             seen.removeAll(QString::fromUtf8(usual));
         return seen.join(u'|');
     }

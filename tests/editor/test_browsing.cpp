@@ -61,7 +61,7 @@ private slots:
             "0 4 Registro 1/9 Conta d'água/Aluguel da loja [Tratamento de Erros,Tratamento de Erros]|Erro no "
             "Programa Plano de Contas/16");
         row("no move while a record is open", "", "ID_Incluir m5",
-            "Inserir 010|Inserindo novo registro|0 4 Registro 10/10 Aluguel e condomínio/");
+            "Inserir 010 000011 00|Inserindo novo registro|0 4 Registro 10/10 Aluguel e condomínio/");
         // A search may start from the level page: the hits are shown on the item page.
         hit("first hit", "ID_Setor h3", "0 4 3 Registros 3/9 Energia/Conta de luz hit 1/3 00111");
         hit("next hit skips unmarked rows", "ID_Setor h3 f3",
@@ -92,8 +92,17 @@ private slots:
         row("levels tab: accounts", "", "t1", "1 3 Registro 1/7 Ocupação/Aluguel e condomínio");
         row("items tab from the group page", "", "ID_Grupo t0",
             "0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
+        // An archive company keeps the record tools off whatever ran last.
+        const auto archive = [&row](const char* key, const char* screen) {
+            row(key, "UPDATE DadosEmpresa SET Morto = 1", key,
+                QStringLiteral("Visualizar 101 000100 11|   [Arq. Mortos Carregados]|")
+                    + QString::fromUtf8(screen));
+        };
+        archive("ID_Setor", "1 1 Registro 1/4 Despesas/Despesas Administrativas");
+        archive("ID_Relatorios", "0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
+        archive("ID_Cancelar", "0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
         row("a record open for change keeps its page", "", "ID_Alterar t1",
-            "Alterar 010|Alterando Registro|0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
+            "Alterar 010 000011 00|Alterando Registro|0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
     }
     void browse()
     {

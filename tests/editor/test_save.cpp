@@ -37,11 +37,11 @@ private slots:
         };
         const QString rooms = QStringLiteral("n8N4 ID_Incluir =Despesas/Despesas_Administrativas/Ocupação/");
         row("edit ordinary item", "", "n6N4 ID_Alterar",
-            "Alterar 010|Alterando Registro|0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
+            "Alterar 010 000011 00|Alterando Registro|0 4 Registro 1/9 Aluguel e condomínio/Aluguel da loja");
         row("edit product item refused", "", "n1N4 ID_Alterar",
             "0 4 Registro 8/9 Pães/Pão francês [Não pode alterar]|Não se pode alterar produto ou insumo/64");
         row("insert beside product item", "", "n1N4 ID_Incluir",
-            "Inserir 010|Inserindo novo registro|0 4 Registro 10/10 Pães/");
+            "Inserir 010 000011 00|Inserindo novo registro|0 4 Registro 10/10 Pães/");
         row("escape from insert", "", "n7N4 ID_Incluir ~Rascunho clear Esc",
             "0 4 Registro 2/9 Aluguel e condomínio/Condomínio");
         row("escape from edit", "", "n7N4 ID_Alterar ~Rascunho clear Esc",
@@ -56,7 +56,7 @@ private slots:
         // take back the account made for it.
         row("apostrophe writes nothing, not even the new account", "",
             rooms + "Telefone/D'água clear ID_Gravar",
-            "Inserir 010|Inserindo novo registro|0 4 Registro 10/10 Telefone/D'água [Tratamento de "
+            "Inserir 010 000011 00|Inserindo novo registro|0 4 Registro 10/10 Telefone/D'água [Tratamento de "
             "Erros]|Erro no Programa Plano de Contas/16");
         row("item under a closed account", "",
             "ID_Incluir =Receitas/Receitas_Financeiras/Vendas_Produtos/Aplicações/Tesouro ID_Gravar",

@@ -122,62 +122,6 @@ private slots:
         fx.play(QStringLiteral("ID_Oqueéisto?"));
         QCOMPARE(fx.desktop.helpContexts, (QList<int> {context, context}));
     }
-
-    void unloadRunsOnce()
-    {
-        LoadedContas fx;
-        fx.window->show();
-        fx.state.moduleToStart = 4;
-        fx.clearCalls();
-        fx.window->Form_Unload();
-        fx.window->Form_Unload();
-        fx.window->close();
-        QCOMPARE(fx.desktop.calls, QStringList({"placement Plano de Contas", "start 4 closed"}));
-    }
-
-    // The record and report groups are on only while browsing, saving and cancelling only
-    // while a record is open; an archive company keeps the record tools off whatever ran last.
-    void toolsFollowTheModeAndArchive_data()
-    {
-        QTest::addColumn<bool>("archive");
-        QTest::addColumn<QString>("key"); // run before the mode is set
-        QTest::addColumn<QString>("mode");
-        QTest::addColumn<QString>("tools"); // Incluir Alterar Excluir Filtrar Gravar Cancelar, the two groups
-        const auto row = [](const char* tag, bool archive, const char* key, const char* mode,
-                             const char* tools) { QTest::newRow(tag) << archive << key << mode << tools; };
-        row("browsing", false, "", "Visualizar", "111100 11");
-        row("inserting", false, "", "Inserir", "000011 00");
-        row("changing", false, "", "Alterar", "000011 00");
-        row("archive, view", true, "ID_Setor", "Visualizar", "000100 11");
-        row("archive, reports", true, "ID_Relatorios", "Visualizar", "000100 11");
-        row("archive, cancel", true, "ID_Cancelar", "Visualizar", "000100 11");
-    }
-    void toolsFollowTheModeAndArchive()
-    {
-        QFETCH(bool, archive);
-        QFETCH(QString, key);
-        QFETCH(QString, mode);
-        QFETCH(QString, tools);
-        LoadedContas fx({QStringLiteral("UPDATE DadosEmpresa SET Morto = %1").arg(int(archive))});
-        QVERIFY(fx.loaded);
-        QCOMPARE(fx.state.archiveMode, archive);
-        QCOMPARE(fx.window->windowTitle(),
-            QStringLiteral("Plano de Contas - Padaria Teste Ltda")
-                + (archive ? QStringLiteral("   [Arq. Mortos Carregados]") : QString()));
-        QCOMPARE(fx.window->Status->panelText(StatusBar::User), QStringLiteral("Usuário: "));
-        fx.window->MenuBotao(QStringLiteral("Alterar"));
-        fx.play(key);
-        fx.window->MenuBotao(mode);
-        QString seen;
-        for (const char* name :
-            {"ID_Incluir", "ID_Alterar", "ID_Excluir", "ID_Filtrar", "ID_Gravar", "ID_Cancelar"})
-            seen += fx.window->action(QString::fromLatin1(name))->isEnabled() ? u'1' : u'0';
-        seen += u' ';
-        for (const QString& group : {QStringLiteral("ID_Editar"), QStringLiteral("ID_Relatórios")})
-            seen += fx.window->menu(group)->menuAction()->isEnabled() ? u'1' : u'0';
-        QCOMPARE(seen, tools);
-        QCOMPARE(fx.window->Status->panelText(StatusBar::Mode), mode);
-    }
 };
 
 VAREMO_TEST(TestShellCommands);

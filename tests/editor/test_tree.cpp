@@ -132,30 +132,26 @@ private slots:
         QTest::addColumn<QString>("below"); // each selector under the last choice, "text:list"
         QTest::addColumn<bool>("lines");
         QTest::addColumn<QString>("box"); // in the prompt of the one box shown
-        const auto row = [](const char* tag, const char* path, const char* below, bool lines = false,
+        const auto row = [](const char* tag, const QString& path, const char* below, bool lines = false,
                              const char* box = "", bool inserting = true) {
             QTest::newRow(tag) << inserting << path << below << lines << box;
         };
         const char* noProducts = "Não existem Produtos ou Linha de produto errada!";
+        const QString goods = QStringLiteral("Despesas/Despesas Fornecedores/Fornecedores Produtos");
+        const QString rooms = QStringLiteral("Despesas/Despesas Administrativas/Ocupação");
         row("category", "Despesas", ":Despesas Administrativas,Despesas Fornecedores/:/:/:");
-        row("ordinary group", "Despesas/Despesas Administrativas/Ocupação",
-            ":Aluguel e condomínio,Energia/:");
-        row("goods group: lines of goods", "Despesas/Despesas Fornecedores/Fornecedores Produtos",
-            ":Pães,Sorvetes/:", true);
+        row("ordinary group", rooms, ":Aluguel e condomínio,Energia/:");
+        row("goods group: lines of goods", goods, ":Pães,Sorvetes/:", true);
         row("supply group: supply lines", "Despesas/Despesas Fornecedores/Fornecedores Insumos",
             ":Farinhas/:", true);
         row("sector spelt otherwise is ordinary", "Despesas/despesas fornecedores/Fornecedores Produtos",
             ":Pães/:");
         row("sales group is ordinary", "Receitas/Receitas Clientes/Vendas Produtos", ":Pães/:");
-        row("line: its products", "Despesas/Despesas Fornecedores/Fornecedores Produtos/Pães",
-            ":Baguete,Pão francês", true);
-        row("line without products", "Despesas/Despesas Fornecedores/Fornecedores Produtos/Sorvetes", ":",
-            true, noProducts);
-        row("supply line under the goods group",
-            "Despesas/Despesas Fornecedores/Fornecedores Produtos/Farinhas", ":", true, noProducts);
+        row("line: its products", goods + "/Pães", ":Baguete,Pão francês", true);
+        row("line without products", goods + "/Sorvetes", ":", true, noProducts);
+        row("supply line under the goods group", goods + "/Farinhas", ":", true, noProducts);
         // A name is looked for in the whole table: the first "Pães" is of "Vendas Produtos".
-        row("repeated name takes the first row", "Despesas/Despesas Administrativas/Ocupação/Pães",
-            ":Baguete,Pão francês");
+        row("repeated name takes the first row", rooms + "/Pães", ":Baguete,Pão francês");
         row("unknown name: children of code 0", "Nada", ":/:/:/:", false, "CodigoProcurado não encontrado");
         // An apostrophe breaks the name's criteria: the failure goes to the log.
         row("apostrophe", "D'água", ":/:/:/:", false, "Rotina em que houve o erro: Preenchendo Seletor");
