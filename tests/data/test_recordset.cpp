@@ -2,7 +2,6 @@
 #include "support/company.h"
 #include "support/testregistry.h"
 
-#include <QSqlQuery>
 #include <QTest>
 
 #include <functional>
@@ -181,14 +180,12 @@ private slots:
         const bool table = source == QLatin1String("NivelCategoria4");
         const RecordsetType type = table ? RecordsetType::Table : RecordsetType::Dynaset;
         const auto whole = db->openRecordset(source, type);
-        if (table) {
-            QStringList stored;
-            for (QSqlQuery query(
-                     QStringLiteral("SELECT Nome FROM NivelCategoria4 ORDER BY Codigo"), company.sql());
-                 query.next();)
-                stored << (query.isNull(0) ? QStringLiteral("<Null>") : query.value(0).toString());
-            QCOMPARE(column(*whole, QStringLiteral("Nome")), stored);
-        }
+        if (table) // the texts as stored, read past the data layer
+            QCOMPARE(column(*whole, QStringLiteral("Nome")).join('|'),
+                company
+                    .scalar("SELECT group_concat(coalesce(Nome, '<Null>'), '|') FROM (SELECT Nome FROM "
+                            "NivelCategoria4 ORDER BY Codigo)")
+                    .toString());
         const auto later = Recordset::openLater(*db, source, type, keyField);
         if (!keyField.isEmpty()) {
             whole->sortByText(itemOrder);
@@ -234,9 +231,6 @@ private slots:
         QTest::newRow("in a user's order") << QStringList {"Zebra", "água", "Abacate", "agua", "aguas",
             "éden", "Eco", "ÉDEN B", "eco b", "Edu", "Pãozinho", "Pão", "pao"}
                                            << pinned.split('|') << QStringLiteral("Ágata");
-        QTest::newRow("accents and case") << QStringList {"água", "Agua", "abacate", "Ábaco", "ZEBRA", "zebu",
-            "Éclair", "eclair", "Eclairs"} << QStringList()
-                                          << QStringLiteral("Ágata");
         QTest::newRow("prefixes, blanks, digits and symbols") << QStringList {"abc", "abcd", "ab c", "ab", "",
             " ab", "a-b", "a b", "10 Kg", "9 Kg", "#1", "Ç", "c", "cz", "Ca", "ç1"}
                                                               << QStringList() << QStringLiteral("abcd ");

@@ -51,8 +51,7 @@ private:
     bool serverTransaction(const QString& statement);
 
     QTemporaryDir m_dir;
-    QString m_connection;
-    QString m_serverDatabase;
+    QString m_connection, m_serverDatabase;
     QString m_fileStamp, m_serverPosition; // the file's time and size, the server's write position
                                            // when both were last alike
     bool m_serverTransaction = false;

@@ -32,10 +32,9 @@ private:
     PgServer();
     void admin(const QString& database, const QStringList& statements);
 
-    QString m_folder;
-    QString m_prefix; // runs a server program as the postgres user
-    int m_databases = 0;
+    QString m_folder, m_prefix; // the prefix runs a server program as the postgres user
     QStringList m_free;
+    int m_databases = 0;
 };
 
 } // namespace varemo::test
