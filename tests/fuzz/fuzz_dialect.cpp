@@ -84,8 +84,22 @@ struct Company {
 
 Company* company = nullptr;
 
-void run(const QString& text)
+} // namespace
+
+extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
 {
+    static QCoreApplication application(*argc, *argv);
+    static Company theCompany;
+    company = &theCompany;
+    return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
+{
+    if (size == 0)
+        return 0;
+    const QString text = QString::fromUtf8(forms[data[0] % std::size(forms)])
+        + QString::fromUtf8(reinterpret_cast<const char*>(data) + 1, static_cast<qsizetype>(size - 1));
     company->steps = 0;
     varemo::UnitOfWork work(*company->database);
     try {
@@ -101,24 +115,5 @@ void run(const QString& text)
     }
     if (sqlite3_get_autocommit(company->handle))
         defect("a statement ended the transaction it ran in");
-}
-
-} // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* argc, char*** argv)
-{
-    static QCoreApplication application(*argc, *argv);
-    static Company theCompany;
-    company = &theCompany;
-    return 0;
-}
-
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
-{
-    if (size == 0)
-        return 0;
-    const QString rest
-        = QString::fromUtf8(reinterpret_cast<const char*>(data) + 1, static_cast<qsizetype>(size - 1));
-    run(QString::fromUtf8(forms[data[0] % std::size(forms)]) + rest);
     return 0;
 }
