@@ -183,10 +183,8 @@ private slots:
             contas->tool_click(editing ? QStringLiteral("ID_Alterar") : QStringLiteral("ID_Incluir"));
             for (int k = 0; k < 5 && !level; ++k) {
                 const QString own = k == 4 && !editing ? QStringLiteral("Item Novo") : itemPath[k];
-                if (k != fc.index)
-                    contas->Combo[std::size_t(k)]->setText(own);
-                else
-                    typeIn(contas->Combo[std::size_t(k)], own);
+                k == fc.index ? typeIn(contas->Combo[std::size_t(k)], own)
+                              : contas->Combo[std::size_t(k)]->setText(own);
             }
             if (level)
                 typeIn(contas->Texto[std::size_t(fc.index)],
