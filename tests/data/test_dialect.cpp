@@ -25,11 +25,6 @@ int resolve(const QString& field)
     return static_cast<int>(fields.indexOf(field));
 }
 
-QStringList list(const char* items)
-{
-    return *items ? QString::fromUtf8(items).split(QLatin1Char('|')) : QStringList();
-}
-
 } // namespace
 
 // The Jet text the program writes, translated and run on the company file itself, a find's
@@ -127,7 +122,8 @@ private slots:
         QTest::addColumn<QStringList>("matching");
         QTest::addColumn<QStringList>("other");
         const auto row = [](const char* pattern, const char* matching, const char* other) {
-            QTest::newRow(pattern) << QString::fromUtf8(pattern) << list(matching) << list(other);
+            QTest::newRow(pattern) << QString::fromUtf8(pattern) << QString::fromUtf8(matching).split('|')
+                                   << QString::fromUtf8(other).split('|');
         };
         row("*BAN*", "Cabana|ban", "Cabna");
         row("a*bc", "abcbc|abc", "abcb");

@@ -4,6 +4,7 @@
 #include "support/testregistry.h"
 
 #include <QDate>
+#include <QDebug>
 #include <QRandomGenerator>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -289,10 +290,9 @@ private slots:
         Draw d {QRandomGenerator(seed)};
         const QString stored = QStringLiteral("SELECT Codigo, Nome, Numero FROM T ORDER BY rowid");
         const auto state = [](QList<qsizetype> numbers, const QString& code, const QStringList& rows) {
-            QStringList parts;
-            for (const qsizetype number : numbers)
-                parts << QString::number(number);
-            return parts.join(QLatin1Char(' ')) + QStringLiteral(" code %1: %2").arg(code, rows.join(';'));
+            QString text;
+            QDebug(&text) << numbers << code << rows;
+            return text;
         };
         for (int n = 0; n < CasesPerSeed; ++n) {
             fillT(d, 8);
