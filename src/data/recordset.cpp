@@ -169,6 +169,7 @@ void Recordset::Private::load()
     QueryResult result = engine.query(translation.sql, {}, source, false, withRowid);
     if (fields.isEmpty())
         describe(result);
+    rows.reset(static_cast<int>(fields.size()));
     ids.clear();
     if (withRowid) {
         ids = std::move(result.rowids);
@@ -177,7 +178,7 @@ void Recordset::Private::load()
         for (qint64 i = 1; i <= result.rows.size(); ++i)
             ids.append(i);
     }
-    rows = std::move(result.rows);
+    take(result.rows);
     pending = false;
     applyTextOrder();
     changed();
@@ -211,8 +212,10 @@ void Recordset::Private::readSlice(int count)
             result = engine.query(slice + QStringLiteral(" LIMIT ?"), {QVariant(lastKey), QVariant(count)},
                 source, false, withRowid);
     }
-    if (fields.isEmpty())
+    if (fields.isEmpty()) {
         describe(result);
+        rows.reset(static_cast<int>(fields.size()));
+    }
     if (!result.rows.isEmpty() && !sliceKey.isEmpty()) {
         lastKey = withRowid && sliceKey == translation.rowidColumn
             ? result.rowids.last()
@@ -225,7 +228,7 @@ void Recordset::Private::readSlice(int count)
         for (qsizetype i = 0; i < got; ++i)
             ids.append(ids.size() + 1);
     }
-    rows.append(std::move(result.rows));
+    take(result.rows);
     if (count == 0 || (count > 0 && !sliceKey.isEmpty() && got == count))
         return;
     pending = false;
@@ -235,6 +238,17 @@ void Recordset::Private::readSlice(int count)
     deletedCurrent = false;
     mode = EditMode::None;
     buffer.clear();
+}
+
+// The rows read go into the compact store one by one, each freed once it is in, so that the
+// rows of one read are never held twice.
+void Recordset::Private::take(QList<Row>& read)
+{
+    for (Row& row : read) {
+        rows.append(row);
+        row = Row();
+    }
+    read = QList<Row>();
 }
 
 void Recordset::Private::complete()
@@ -429,7 +443,7 @@ QVariant Recordset::value(const QString& field) const
         if (d->mode == EditMode::Add)
             return {};
     }
-    return d->rows.at(d->current()).at(index);
+    return d->rows.at(d->current(), index);
 }
 
 void Recordset::setValue(const QString& field, const QVariant& value)
@@ -452,10 +466,30 @@ int Recordset::fieldIndex(const QString& field) const
     return d->byName.value(field.toLower(), -1);
 }
 
-const QList<QList<QVariant>>& Recordset::rows() const
+QVariant Recordset::cell(int row, int column) const
 {
     d->complete();
-    return d->rows;
+    if (row < 0 || row >= d->rows.size() || column < 0 || column >= d->rows.columns())
+        throw StorageBug("a cell outside the recordset's rows");
+    return d->rows.at(row, column);
+}
+
+QList<QVariant> Recordset::rowValues(int row) const
+{
+    d->complete();
+    if (row < 0 || row >= d->rows.size())
+        throw StorageBug("a row outside the recordset's rows");
+    return d->rows.row(row);
+}
+
+QList<QList<QVariant>> Recordset::rows() const
+{
+    d->complete();
+    QList<QList<QVariant>> all;
+    all.reserve(d->rows.size());
+    for (qsizetype i = 0; i < d->rows.size(); ++i)
+        all.append(d->rows.row(i));
+    return all;
 }
 
 // --- editing ------------------------------------------------------------------------
@@ -526,16 +560,15 @@ void Recordset::update()
                 values);
         }
         const Row after = d->fetch(rowid);
-        const Row& before = d->rows.at(index);
         // Only the indexes of columns whose value changed are dropped (a search rewrites
         // thousands of rows found by an unchanged code).
         for (auto it = d->valueIndex.begin(); it != d->valueIndex.end();) {
-            if (before.at(it.key()) != after.at(it.key()))
+            if (d->rows.at(index, it.key()) != after.at(it.key()))
                 it = d->valueIndex.erase(it);
             else
                 ++it;
         }
-        d->rows[index] = after;
+        d->rows.replace(index, after);
         d->lastModified = rowid;
     }
     d->mode = EditMode::None;
@@ -557,7 +590,7 @@ void Recordset::deleteCurrent()
     engine.noteWrite(this);
     engine.run(QStringLiteral("DELETE FROM %1 WHERE rowid = ?").arg(quoted(d->translation.baseTable)),
         {QVariant(rowid)});
-    d->rows.removeAt(index);
+    d->rows.remove(index);
     d->ids.removeAt(index);
     d->changed();
     // The deleted row stays current, unreadable, until the next move.

@@ -62,9 +62,14 @@ public:
     void setValue(const QString& field, const QVariant& value);
     QStringList fieldNames() const;
     // For readers that walk every row at once (tree, selectors, report feeds): the
-    // column of a field name (-1 when there is none) and the rows in order.
+    // column of a field name (-1 when there is none) and a cell by row (0 to
+    // recordCount() - 1, in order) and column, the current record left where it is.
     int fieldIndex(const QString& field) const;
-    const QList<QList<QVariant>>& rows() const;
+    QVariant cell(int row, int column) const;
+    QList<QVariant> rowValues(int row) const;
+    // A copy of every row: the rows are stored far more compactly than this, so only for
+    // small recordsets and for checking a whole recordset at once.
+    QList<QList<QVariant>> rows() const;
     // Puts the rows in Jet's order of these text fields, as an ORDER BY on them would (Null
     // first; rows equal on all of them keep the query's order), now and after each requery;
     // far quicker than the engine comparing every pair of a big join through the collation.

@@ -29,12 +29,24 @@ void Recordset::Private::indexAppended(const Row& row, int position)
     }
 }
 
-const criteria::Predicate& Recordset::Private::predicate(const QString& text)
+// The predicate sees only the columns the criteria name, in the order they are named: a scan
+// unpacks those cells alone.
+const Recordset::Private::Find& Recordset::Private::predicate(const QString& text)
 {
     auto it = predicates.find(text);
     if (it == predicates.end()) {
-        criteria::Predicate compiled = criteria::compile(
-            text, [this](const QString& field) { return byName.value(field.toLower(), -1); });
+        Find compiled;
+        compiled.matches = criteria::compile(text, [this, &compiled](const QString& field) {
+            const int c = byName.value(field.toLower(), -1);
+            if (c < 0)
+                return -1;
+            qsizetype at = compiled.columns.indexOf(c);
+            if (at < 0) {
+                compiled.columns.append(c);
+                at = compiled.columns.size() - 1;
+            }
+            return static_cast<int>(at);
+        });
         it = predicates.insert(text, std::move(compiled));
     }
     return it.value();
@@ -45,13 +57,16 @@ const criteria::Predicate& Recordset::Private::predicate(const QString& text)
 bool Recordset::Private::find(const QString& text, int from, int to)
 {
     checkOpen();
-    const criteria::Predicate& matches = predicate(text);
+    const Find& compiled = predicate(text);
     const int step = from <= to ? 1 : -1;
+    Row cells(compiled.columns.size());
     if (!rows.isEmpty() && from >= 0 && from < rows.size()) {
         for (int i = from; i != to + step; i += step) {
             if (i < 0 || i >= rows.size())
                 break;
-            if (matches(rows.at(i))) {
+            for (qsizetype k = 0; k < cells.size(); ++k)
+                cells[k] = rows.at(i, compiled.columns.at(k));
+            if (compiled.matches(cells)) {
                 go(i);
                 noMatch = false;
                 return true;
@@ -78,13 +93,19 @@ std::optional<int> Recordset::Private::indexedFirst(const QString& text)
         bool usable = true;
         index.reserve(rows.size());
         for (int i = 0; i < rows.size() && usable; ++i) {
-            const QVariant& value = rows.at(i).at(c);
-            if (!value.isValid())
-                continue;
-            if (!wholeNumber(value))
+            const RowStore::Cell cell = rows.cell(i, c);
+            if (cell.kind == RowStore::Kind::Other) {
+                const QVariant value = rows.value(cell);
+                if (!wholeNumber(value))
+                    usable = false;
+                else if (!index.contains(value.toLongLong()))
+                    index.insert(value.toLongLong(), i);
+            } else if (cell.kind == RowStore::Kind::Integer) {
+                if (!index.contains(static_cast<qint64>(cell.bits)))
+                    index.insert(static_cast<qint64>(cell.bits), i);
+            } else if (cell.kind != RowStore::Kind::Null) {
                 usable = false;
-            else if (!index.contains(value.toLongLong()))
-                index.insert(value.toLongLong(), i);
+            }
         }
         it = valueIndex.insert(
             c, usable ? std::optional<QHash<qint64, int>>(std::move(index)) : std::nullopt);

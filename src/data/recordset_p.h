@@ -4,6 +4,7 @@
 #include "data/database_p.h"
 #include "data/dialect.h"
 #include "data/recordset.h"
+#include "data/recordset_rows.h"
 
 #include <QHash>
 #include <QMap>
@@ -24,7 +25,7 @@ struct Recordset::Private {
     bool updatable = false;
     bool open = true;
 
-    QList<Row> rows;
+    RowStore rows;
     QList<qint64> ids; // bookmark of each row: its rowid, or its place when there is none
     std::optional<QHash<qint64, int>> positions;
     int pos = 0;
@@ -43,13 +44,18 @@ struct Recordset::Private {
     QString sliceKey;
     qint64 lastKey = std::numeric_limits<qint64>::min();
 
-    QHash<QString, criteria::Predicate> predicates;
+    // A find's compiled criteria and the columns it reads, in the order its predicate sees them.
+    struct Find {
+        criteria::Predicate matches;
+        QList<int> columns;
+    };
+    QHash<QString, Find> predicates;
     // "Field = number" answered by value -> first row; nullopt when the column holds
     // something else than whole numbers (those compare by Jet's rules: scan instead).
     QHash<int, std::optional<QHash<qint64, int>>> valueIndex;
 
     struct Snapshot {
-        QList<Row> rows;
+        RowStore rows;
         QList<qint64> ids;
         int pos = 0;
         bool deletedCurrent = false;
@@ -66,13 +72,14 @@ struct Recordset::Private {
     QString writableField(int index) const;
     Row fetch(qint64 rowid);
     void indexAppended(const Row& row, int position);
-    const criteria::Predicate& predicate(const QString& text);
+    const Find& predicate(const QString& text);
     bool find(const QString& text, int from, int to);
     std::optional<int> indexedFirst(const QString& text);
 
     void describe(const QueryResult& result);
     void load();
     void readSlice(int count);
+    void take(QList<Row>& read);
     void complete();
     void applyTextOrder();
     void changed();

@@ -18,36 +18,39 @@ namespace {
 
 // Each row's place among the column's distinct texts in Jet's order: 0 for Null, then 1, 2...
 // with equal ranks for texts Jet holds equal. A join repeats its ancestors' names on every
-// row: each distinct name is folded and sorted once.
-std::vector<int> ranksOf(const QList<Row>& rows, int column)
+// row: each pooled name is folded and sorted once, whatever number of rows show it.
+std::vector<int> ranksOf(const RowStore& rows, int column)
 {
-    QHash<QString, int> distinct;
     std::vector<int> ranks(static_cast<std::size_t>(rows.size()), 0);
-    QString previous;
-    int previousEntry = 0;
+    std::vector<int> entryOfText(static_cast<std::size_t>(rows.textCount()), 0);
+    QStringList texts; // the distinct entries' texts, entry n at n - 1
+    QHash<QString, int> others; // cells of other kinds, by their text
     for (qsizetype i = 0; i < rows.size(); ++i) {
-        const QVariant& value = rows.at(i).at(column);
-        if (!value.isValid())
+        const RowStore::Cell cell = rows.cell(i, column);
+        if (cell.kind == RowStore::Kind::Null)
             continue;
-        // Texts are read in place: converting every cell would cost more than the rest.
-        const QString text = value.typeId() == QMetaType::QString
-            ? *static_cast<const QString*>(value.constData())
-            : value.toString();
-        // Rows of one parent tend to come together: the same name as the row before needs
-        // no look-up.
-        if (previousEntry == 0 || text != previous) {
-            auto found = distinct.constFind(text);
-            if (found == distinct.cend())
-                found = distinct.insert(text, static_cast<int>(distinct.size()));
-            previous = text;
-            previousEntry = found.value() + 1;
+        int& entry = ranks[static_cast<std::size_t>(i)];
+        if (cell.kind == RowStore::Kind::Text) {
+            int& known = entryOfText[static_cast<std::size_t>(cell.bits)];
+            if (known == 0) {
+                texts.append(rows.text(cell));
+                known = static_cast<int>(texts.size());
+            }
+            entry = known;
+            continue;
         }
-        ranks[static_cast<std::size_t>(i)] = previousEntry;
+        const QString text = rows.value(cell).toString();
+        auto found = others.constFind(text);
+        if (found == others.cend()) {
+            texts.append(text);
+            found = others.insert(text, static_cast<int>(texts.size()));
+        }
+        entry = found.value();
     }
     std::vector<std::pair<QString, int>> keys;
-    keys.reserve(static_cast<std::size_t>(distinct.size()));
-    for (auto it = distinct.cbegin(); it != distinct.cend(); ++it)
-        keys.emplace_back(dialect::foldKey(it.key()), it.value() + 1);
+    keys.reserve(static_cast<std::size_t>(texts.size()));
+    for (qsizetype k = 0; k < texts.size(); ++k)
+        keys.emplace_back(dialect::foldKey(texts.at(k)), static_cast<int>(k) + 1);
     std::sort(keys.begin(), keys.end());
     std::vector<int> rankOfEntry(keys.size() + 1, 0);
     int rank = 0;
@@ -96,15 +99,11 @@ void Recordset::Private::applyTextOrder()
         }
         return false;
     });
-    QList<Row> sorted;
     QList<qint64> sortedIds;
-    sorted.reserve(rows.size());
     sortedIds.reserve(ids.size());
-    for (const int index : order) {
-        sorted.append(std::move(rows[index]));
+    for (const int index : order)
         sortedIds.append(ids.at(index));
-    }
-    rows = std::move(sorted);
+    rows.permute(order);
     ids = std::move(sortedIds);
 }
 
@@ -130,9 +129,18 @@ bool Recordset::placeRow(const QString& keyField, const QList<QVariant>& row)
     const int key = d->column(keyField);
     if (d->textOrder.isEmpty() || row.size() != d->fields.size() || !row.at(key).isValid())
         return false;
+    // Codes are whole numbers: those are compared without unpacking every cell.
+    const QVariant& wantedKey = row.at(key);
+    const bool wholeKey = wantedKey.typeId() == QMetaType::LongLong;
+    const auto sameKey = [this, key, wholeKey, &wantedKey](qsizetype i) {
+        const RowStore::Cell cell = d->rows.cell(i, key);
+        if (wholeKey && cell.kind == RowStore::Kind::Integer)
+            return static_cast<qint64>(cell.bits) == wantedKey.toLongLong();
+        return d->rows.value(cell) == wantedKey;
+    };
     qsizetype old = -1;
     for (qsizetype i = 0; i < d->rows.size(); ++i) {
-        if (d->rows.at(i).at(key) == row.at(key)) {
+        if (sameKey(i)) {
             if (old >= 0)
                 return false;
             old = i;
@@ -144,10 +152,10 @@ bool Recordset::placeRow(const QString& keyField, const QList<QVariant>& row)
     // The rows as they stay around the placed one: the old copy is left out.
     const qsizetype count = d->rows.size() - (old >= 0 ? 1 : 0);
     const auto compareAt = [this, old, &wanted](qsizetype place) {
-        const Row& other = d->rows.at(old >= 0 && place >= old ? place + 1 : place);
+        const qsizetype other = old >= 0 && place >= old ? place + 1 : place;
         for (qsizetype k = 0; k < d->textOrder.size(); ++k) {
             const int order = compareFolded(
-                foldedCell(other.at(d->textOrder.at(k))), wanted[static_cast<std::size_t>(k)]);
+                foldedCell(d->rows.at(other, d->textOrder.at(k))), wanted[static_cast<std::size_t>(k)]);
             if (order != 0)
                 return order;
         }
@@ -168,7 +176,7 @@ bool Recordset::placeRow(const QString& keyField, const QList<QVariant>& row)
     qint64 id = 0;
     if (old >= 0) {
         id = d->ids.at(old);
-        d->rows.removeAt(old);
+        d->rows.remove(old);
         d->ids.removeAt(old);
     } else if (!d->translation.rowidColumn.isEmpty()) {
         return false; // a table's new row is known by its rowid, not read here

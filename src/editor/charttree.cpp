@@ -36,7 +36,7 @@ int ChartTree::build(const std::array<const Recordset*, 5>& levels)
 {
     // Everything is read first: a failing table leaves the tree as it was.
     for (const Recordset* table : levels)
-        table->rows();
+        table->recordCount();
     showTop(*levels[0], {});
     return indexBelow(levels);
 }
@@ -66,11 +66,11 @@ void ChartTree::showTop(const Recordset& categories, std::function<void()> index
     const Columns columns = columnsOf(categories, 0);
     Level top;
     std::vector<qint64> order;
-    for (const auto& row : categories.rows()) {
-        const QVariant& code = row.at(columns.code);
+    for (int i = 0, count = categories.recordCount(); i < count; ++i) {
+        const QVariant code = categories.cell(i, columns.code);
         if (code.isNull() || top.contains(code.toLongLong()))
             continue;
-        top[code.toLongLong()].name = row.at(columns.name).toString();
+        top[code.toLongLong()].name = categories.cell(i, columns.name).toString();
         order.push_back(code.toLongLong());
     }
     m_tree.clear();
@@ -105,13 +105,14 @@ int ChartTree::indexBelow(const std::array<const Recordset*, 5>& levels)
         const Columns columns = columnsOf(table, level);
         Level& rows = index[static_cast<std::size_t>(level)];
         Level& above = level == 1 ? m_levels[0] : index[static_cast<std::size_t>(level - 1)];
-        rows.reserve(table.rows().size());
-        for (const auto& row : table.rows()) {
-            const QVariant& code = row.at(columns.code);
+        const int count = table.recordCount();
+        rows.reserve(count);
+        for (int i = 0; i < count; ++i) {
+            const QVariant code = table.cell(i, columns.code);
             if (code.isNull())
                 continue;
             // A row whose parent is missing stays out, and so does everything below it.
-            const QVariant& parentCode = row.at(columns.parent);
+            const QVariant parentCode = table.cell(i, columns.parent);
             const qint64 parent = parentCode.toLongLong();
             const auto found = above.find(parent);
             if (parentCode.isNull() || found == above.end()) {
@@ -125,7 +126,7 @@ int ChartTree::indexBelow(const std::array<const Recordset*, 5>& levels)
                 ++orphans; // a code seen already in this level
                 continue;
             }
-            entry.name = row.at(columns.name).toString();
+            entry.name = table.cell(i, columns.name).toString();
             entry.parent = parent;
             found->children.push_back(value);
         }

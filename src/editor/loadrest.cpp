@@ -46,13 +46,14 @@ std::optional<qint64> firstItemBelow(Database& db, int level, qint64 parent)
     std::vector<std::pair<std::optional<QString>, qint64>> children;
     {
         const auto rows = db.openRecordset(sql, RecordsetType::Snapshot);
-        for (const auto& row : rows->rows()) {
-            if (!row.at(0).isValid())
+        for (int i = 0, count = rows->recordCount(); i < count; ++i) {
+            const QVariant code = rows->cell(i, 0);
+            if (!code.isValid())
                 continue;
             std::optional<QString> name;
-            if (row.at(1).isValid())
-                name = dialect::foldKey(row.at(1).toString());
-            children.emplace_back(std::move(name), row.at(0).toLongLong());
+            if (const QVariant text = rows->cell(i, 1); text.isValid())
+                name = dialect::foldKey(text.toString());
+            children.emplace_back(std::move(name), code.toLongLong());
         }
     }
     std::sort(children.begin(), children.end());

@@ -215,7 +215,7 @@ bool Contas::placeSavedRow(int level)
         + browse::relocationCriteria(level, CodigoGravado));
     if (saved->recordCount() != 1)
         return false;
-    return rows->placeRow(QStringLiteral("NivelCategoria%1.Codigo").arg(level), saved->rows().first());
+    return rows->placeRow(QStringLiteral("NivelCategoria%1.Codigo").arg(level), saved->rowValues(0));
 }
 
 void Contas::refreshAfterSave()

@@ -162,9 +162,9 @@ void Contas::PreencheLinhas(bool insumo)
     Rascunho = database().openRecordset(m_state.sql);
     QStringList names;
     const int column = Rascunho->fieldIndex(QStringLiteral("NomeLinha"));
-    for (const auto& row : Rascunho->rows()) {
-        if (!row.at(column).isNull())
-            names << row.at(column).toString();
+    for (int i = 0, count = Rascunho->recordCount(); i < count; ++i) {
+        if (const QVariant name = Rascunho->cell(i, column); !name.isNull())
+            names << name.toString();
     }
     Rascunho.reset();
     Combo[3]->fill(names);
@@ -186,9 +186,9 @@ void Contas::PreencheProdutos(bool insumo)
     Rascunho = database().openRecordset(m_state.sql);
     QStringList names;
     const int column = Rascunho->fieldIndex(QStringLiteral("NomeProduto"));
-    for (const auto& row : Rascunho->rows()) {
-        if (!row.at(column).isNull())
-            names << row.at(column).toString();
+    for (int i = 0, count = Rascunho->recordCount(); i < count; ++i) {
+        if (const QVariant name = Rascunho->cell(i, column); !name.isNull())
+            names << name.toString();
     }
     Rascunho.reset();
     Combo[4]->fill(names);

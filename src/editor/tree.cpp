@@ -151,17 +151,18 @@ std::vector<Row> readLevel(const Recordset& table, int level)
     if (codeColumn < 0 || nameColumn < 0 || (level > 0 && parentColumn < 0))
         throw JetError(jet::ItemNotFound, QStringLiteral("Item não encontrado nesta coleção."));
     std::vector<Row> rows;
-    rows.reserve(static_cast<std::size_t>(table.rows().size()));
-    for (const auto& row : table.rows()) {
-        const QVariant& code = row.at(codeColumn);
+    const int count = table.recordCount();
+    rows.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i) {
+        const QVariant code = table.cell(i, codeColumn);
         if (code.isNull())
             continue;
         Row out;
-        out.name = row.at(nameColumn).toString();
+        out.name = table.cell(i, nameColumn).toString();
         out.sortKey = dialect::foldKey(out.name);
         out.code = code.toLongLong();
         if (level > 0) {
-            const QVariant& parent = row.at(parentColumn);
+            const QVariant parent = table.cell(i, parentColumn);
             out.hasParent = !parent.isNull();
             out.parent = parent.toLongLong();
         }

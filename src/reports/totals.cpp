@@ -128,7 +128,8 @@ QHash<QString, Key> firstRows(const Recordset* rows, const QStringList& fields, 
         at.push_back(rows->fieldIndex(field));
     const int code = rows->fieldIndex(codeField);
     const int setor = rows->fieldIndex(setorField);
-    for (const QList<QVariant>& row : rows->rows()) {
+    for (int i = 0, count = rows->recordCount(); i < count; ++i) {
+        const QList<QVariant> row = rows->rowValues(i);
         const auto key = nameKey(row, at);
         if (key && !found.contains(*key))
             found.insert(*key, Key {row.at(code).toLongLong(), row.at(setor).toLongLong(), product});
@@ -187,7 +188,8 @@ QHash<qint64, Parent> wantedParentRows(Database& database, const QString& sql,
 {
     QHash<qint64, Parent> parents;
     const auto rows = database.openRecordset(sql, RecordsetType::Snapshot);
-    for (const QList<QVariant>& row : rows->rows()) {
+    for (int i = 0, count = rows->recordCount(); i < count; ++i) {
+        const QList<QVariant> row = rows->rowValues(i);
         if (row.at(0).isNull())
             continue;
         auto parent = parentOf(row);
@@ -209,7 +211,8 @@ QHash<QString, Key> resolveAccounts(Database& database, Resolution wanting)
                 .arg(level - 1)
                 .arg(level),
             RecordsetType::Snapshot);
-        for (const QList<QVariant>& row : table->rows()) {
+        for (int i = 0, count = table->recordCount(); i < count; ++i) {
+            const QList<QVariant> row = table->rowValues(i);
             if (!row.at(0).isNull())
                 rows.insert(row.at(0).toLongLong(), {row.at(1), row.at(2)});
         }
@@ -241,7 +244,8 @@ QHash<QString, Key> resolveAccounts(Database& database, Resolution wanting)
         = database.openRecordset(QStringLiteral("SELECT Codigo, Nome, CodigoCategoria3 FROM NivelCategoria4")
                 + (filter.isEmpty() ? QString() : QStringLiteral(" WHERE ") + filter) + QLatin1Char(';'),
             RecordsetType::Snapshot);
-    for (const QList<QVariant>& row : items->rows()) {
+    for (int i = 0, count = items->recordCount(); i < count; ++i) {
+        const QList<QVariant> row = items->rowValues(i);
         const auto conta = contas.constFind(row.at(2).toLongLong());
         if (conta != contas.cend() && !row.at(2).isNull() && !row.at(1).isNull())
             wanting.add(row.at(1).toString(), conta->key, row.at(0).toLongLong(), conta->setor, false);
@@ -279,7 +283,8 @@ QHash<QString, Key> resolveProducts(Database& database, Resolution wanting, cons
         QStringLiteral("SELECT CodigoProduto, NomeProduto, CodigoLinha FROM Produtos")
             + (filter.isEmpty() ? QString() : QStringLiteral(" WHERE ") + filter) + QLatin1Char(';'),
         RecordsetType::Snapshot);
-    for (const QList<QVariant>& row : products->rows()) {
+    for (int i = 0, count = products->recordCount(); i < count; ++i) {
+        const QList<QVariant> row = products->rowValues(i);
         const auto linha = linhas.constFind(row.at(2).toLongLong());
         if (linha != linhas.cend() && !row.at(2).isNull() && !row.at(0).isNull() && !row.at(1).isNull())
             wanting.add(
@@ -414,7 +419,8 @@ std::vector<Totals> periodTotals(Database& database, Movement movement, const st
         const QList<qint64> codes(wantedCodes.cbegin(), wantedCodes.cend());
         auto grouped
             = database.openRecordset(groupedSumQuery(movement, start, end, codes), RecordsetType::Snapshot);
-        for (const QList<QVariant>& row : grouped->rows()) {
+        for (int i = 0, count = grouped->recordCount(); i < count; ++i) {
+            const QList<QVariant> row = grouped->rowValues(i);
             // Columns: code, sector, flag, "is a product", "is an account", money, quantity.
             if (row.at(0).isNull() || row.at(1).isNull() || row.at(3).toInt() == row.at(4).toInt())
                 continue; // never asked for: no code, or a flag neither statement matches
