@@ -2,6 +2,7 @@
 
 #include "data/database_p.h"
 #include "data/recordset_p.h"
+#include "data/recordset_rows.h"
 #include "data/server_p.h"
 
 #include <QDate>
@@ -15,6 +16,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <bit>
 #include <chrono>
 #include <iterator>
 #include <sqlite3.h>
@@ -131,6 +133,39 @@ QVariant valueAt(sqlite3_stmt* statement, int column, Kind kind, TextPool& pool)
         return QVariant(!(text.isEmpty() || text == QLatin1String("0") || text == QLatin1String("0.0")));
     }
     return QVariant(text);
+}
+
+// The cell valueAt reads, packed straight into a recordset's rows: no QVariant for the plain
+// kinds, and a text already in the recordset's pool is not copied out of the engine.
+RowStore::Cell cellAt(sqlite3_stmt* statement, int column, Kind kind, RowStore& rows, TextPool& pool)
+{
+    switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_NULL:
+        return {};
+    case SQLITE_INTEGER: {
+        const qint64 number = sqlite3_column_int64(statement, column);
+        if (kind == Kind::Boolean)
+            return {RowStore::Kind::Boolean, number != 0 ? 1U : 0U};
+        return {RowStore::Kind::Integer, static_cast<quint64>(number)};
+    }
+    case SQLITE_FLOAT: {
+        const double number = sqlite3_column_double(statement, column);
+        if (kind == Kind::Boolean)
+            return {RowStore::Kind::Boolean, number != 0.0 ? 1U : 0U};
+        return {RowStore::Kind::Real, std::bit_cast<quint64>(number)};
+    }
+    case SQLITE_TEXT:
+        if (kind == Kind::Plain) {
+            const auto* data = static_cast<const QChar*>(sqlite3_column_text16(statement, column));
+            if (data)
+                return rows.textCell(
+                    column, QStringView(data, sqlite3_column_bytes16(statement, column) / 2));
+        }
+        break;
+    default:
+        break;
+    }
+    return rows.encode(column, valueAt(statement, column, kind, pool));
 }
 
 int bindValue(sqlite3_stmt* statement, int index, const QVariant& value)
@@ -332,8 +367,8 @@ void Database::Private::fail(const QString& original) const
     failOn(handle, original);
 }
 
-QueryResult Database::Private::query(
-    const QString& sql, const Row& parameters, const QString& original, bool firstRowOnly, bool rowidLast)
+QueryResult Database::Private::query(const QString& sql, const Row& parameters, const QString& original,
+    bool firstRowOnly, bool rowidLast, RowStore* into)
 {
     if (server) {
         QueryResult result = server->query(sql, parameters, original, firstRowOnly, rowidLast);
@@ -357,19 +392,28 @@ QueryResult Database::Private::query(
         result.origins << columnText(sqlite3_column_origin_name(stmt, c));
         result.tables << columnText(sqlite3_column_table_name(stmt, c));
     }
+    const int cells = rowidLast ? width - 1 : width;
+    if (into)
+        into->setColumns(cells);
     for (;;) {
         const int rc = sqlite3_step(stmt);
         if (rc == SQLITE_DONE)
             break;
         if (rc != SQLITE_ROW)
             fail(shown);
-        // A row's list is never reallocated: its size is known before its first cell.
-        const int cells = rowidLast ? width - 1 : width;
-        Row row;
-        row.reserve(cells);
-        for (int c = 0; c < cells; ++c)
-            row.append(valueAt(stmt, c, kinds[static_cast<size_t>(c)], pools[static_cast<size_t>(c)]));
-        result.rows.append(std::move(row));
+        if (into) {
+            into->beginRow();
+            for (int c = 0; c < cells; ++c)
+                into->put(
+                    c, cellAt(stmt, c, kinds[static_cast<size_t>(c)], *into, pools[static_cast<size_t>(c)]));
+        } else {
+            // A row's list is never reallocated: its size is known before its first cell.
+            Row row;
+            row.reserve(cells);
+            for (int c = 0; c < cells; ++c)
+                row.append(valueAt(stmt, c, kinds[static_cast<size_t>(c)], pools[static_cast<size_t>(c)]));
+            result.rows.append(std::move(row));
+        }
         if (rowidLast)
             result.rowids.append(sqlite3_column_int64(stmt, cells));
         if (firstRowOnly)

@@ -18,6 +18,7 @@ struct sqlite3;
 
 namespace varemo {
 
+class RowStore;
 class ServerEngine;
 
 using Row = QList<QVariant>;
@@ -54,9 +55,11 @@ struct Database::Private {
     // The statement that waited is done, whatever its outcome.
     void endWait() noexcept;
 
-    // With rowidLast, the statement's last column goes to `rowids` instead of the rows.
+    // With rowidLast, the statement's last column goes to `rowids` instead of the rows. With
+    // `into`, the embedded engine packs the rows there instead of into `rows` (a server still
+    // hands them over in `rows`).
     QueryResult query(const QString& sql, const Row& parameters, const QString& original,
-        bool firstRowOnly = false, bool rowidLast = false);
+        bool firstRowOnly = false, bool rowidLast = false, RowStore* into = nullptr);
     // Runs a statement that returns no rows; the rows it changed.
     int run(const QString& sql, const Row& parameters = {}, const QString& original = {});
     qint64 lastInsertRowid() const;

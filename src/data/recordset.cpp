@@ -166,19 +166,22 @@ void Recordset::Private::load()
 {
     Database::Private& engine = *database->d;
     const bool withRowid = !translation.rowidColumn.isEmpty();
-    QueryResult result = engine.query(translation.sql, {}, source, false, withRowid);
+    // Read aside: a read that fails leaves the rows as they were.
+    RowStore fresh;
+    QueryResult result = engine.query(translation.sql, {}, source, false, withRowid, &fresh);
     if (fields.isEmpty())
         describe(result);
-    rows.reset(static_cast<int>(fields.size()));
+    fresh.setColumns(static_cast<int>(fields.size()));
+    rows = std::move(fresh);
+    take(result.rows);
     ids.clear();
     if (withRowid) {
         ids = std::move(result.rowids);
     } else {
-        ids.reserve(result.rows.size());
-        for (qint64 i = 1; i <= result.rows.size(); ++i)
+        ids.reserve(rows.size());
+        for (qint64 i = 1; i <= rows.size(); ++i)
             ids.append(i);
     }
-    take(result.rows);
     pending = false;
     applyTextOrder();
     changed();
@@ -198,37 +201,43 @@ void Recordset::Private::readSlice(int count)
     while (sql.endsWith(QLatin1Char(';')))
         sql.chop(1);
     QueryResult result;
-    if (sliceKey.isEmpty() && count != 0) {
-        result = engine.query(sql, {}, source, false, withRowid);
-    } else if (sliceKey.isEmpty()) {
-        result = engine.query(
-            QStringLiteral("SELECT * FROM (%1) AS later LIMIT 0").arg(sql), {}, source, false, withRowid);
-    } else {
-        const QString slice = QStringLiteral("SELECT * FROM (%1) AS later WHERE %2 > ? ORDER BY %2")
-                                  .arg(sql, quoted(sliceKey));
-        if (count < 0)
-            result = engine.query(slice, {QVariant(lastKey)}, source, false, withRowid);
-        else
-            result = engine.query(slice + QStringLiteral(" LIMIT ?"), {QVariant(lastKey), QVariant(count)},
-                source, false, withRowid);
+    const qsizetype before = rows.size();
+    try {
+        if (sliceKey.isEmpty() && count != 0) {
+            result = engine.query(sql, {}, source, false, withRowid, &rows);
+        } else if (sliceKey.isEmpty()) {
+            result = engine.query(QStringLiteral("SELECT * FROM (%1) AS later LIMIT 0").arg(sql), {}, source,
+                false, withRowid, &rows);
+        } else {
+            const QString slice = QStringLiteral("SELECT * FROM (%1) AS later WHERE %2 > ? ORDER BY %2")
+                                      .arg(sql, quoted(sliceKey));
+            if (count < 0)
+                result = engine.query(slice, {QVariant(lastKey)}, source, false, withRowid, &rows);
+            else
+                result = engine.query(slice + QStringLiteral(" LIMIT ?"),
+                    {QVariant(lastKey), QVariant(count)}, source, false, withRowid, &rows);
+        }
+        if (fields.isEmpty())
+            describe(result);
+        rows.setColumns(static_cast<int>(fields.size()));
+        take(result.rows);
+    } catch (...) {
+        // The slice is read again whole by the next attempt.
+        rows.truncate(before);
+        throw;
     }
-    if (fields.isEmpty()) {
-        describe(result);
-        rows.reset(static_cast<int>(fields.size()));
-    }
-    if (!result.rows.isEmpty() && !sliceKey.isEmpty()) {
+    const qsizetype got = rows.size() - before;
+    if (got > 0 && !sliceKey.isEmpty()) {
         lastKey = withRowid && sliceKey == translation.rowidColumn
             ? result.rowids.last()
-            : result.rows.last().at(column(sliceKey)).toLongLong();
+            : rows.at(rows.size() - 1, column(sliceKey)).toLongLong();
     }
-    const qsizetype got = result.rows.size();
     if (withRowid) {
         ids.append(result.rowids);
     } else {
         for (qsizetype i = 0; i < got; ++i)
             ids.append(ids.size() + 1);
     }
-    take(result.rows);
     if (count == 0 || (count > 0 && !sliceKey.isEmpty() && got == count))
         return;
     pending = false;

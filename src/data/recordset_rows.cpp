@@ -25,13 +25,13 @@ void RowStore::reset(int columns)
     m_order.clear();
 }
 
-RowStore::Cell RowStore::cell(qsizetype row, int column) const
+void RowStore::setColumns(int columns)
 {
-    const quint32 slot = m_order[static_cast<std::size_t>(row)];
-    const Block& block = *m_blocks[slot / BlockRows];
-    const std::size_t at = static_cast<std::size_t>(slot % BlockRows) * static_cast<std::size_t>(m_columns)
-        + static_cast<std::size_t>(column);
-    return {block.kinds[at], block.bits[at]};
+    if (columns == m_columns)
+        return;
+    if (!isEmpty())
+        throw StorageBug("rows of another width than the recordset's");
+    reset(columns);
 }
 
 QVariant RowStore::value(const Cell& cell) const
@@ -78,8 +78,10 @@ RowStore::Cell RowStore::encode(int column, const QVariant& value)
             return {Kind::Real, std::bit_cast<quint64>(value.toDouble())};
         case QMetaType::Bool:
             return {Kind::Boolean, value.toBool() ? 1U : 0U};
-        case QMetaType::QString:
-            return {Kind::Text, intern(column, *static_cast<const QString*>(value.constData()))};
+        case QMetaType::QString: {
+            const auto* text = static_cast<const QString*>(value.constData());
+            return {Kind::Text, intern(column, *text, text)};
+        }
         case QMetaType::QDate:
             if (const QDate date = value.toDate(); date.isValid())
                 return {Kind::Date, static_cast<quint64>(date.toJulianDay())};
@@ -92,29 +94,31 @@ RowStore::Cell RowStore::encode(int column, const QVariant& value)
     return {Kind::Other, static_cast<quint64>(m_pool->others.size() - 1)};
 }
 
-quint32 RowStore::intern(int column, const QString& text)
+quint32 RowStore::intern(int column, QStringView text, const QString* whole)
 {
     Pool& pool = *m_pool;
     Interning& in = pool.interning[static_cast<std::size_t>(column)];
     // Rows under one parent come together: the text of the row before needs no look-up.
-    if (in.hasLast && pool.texts.at(in.last) == text)
+    if (in.hasLast && QStringView(pool.texts.at(in.last)) == text)
         return in.last;
     quint32 index = static_cast<quint32>(pool.texts.size());
+    bool known = false;
     if (in.pooling) {
         ++in.seen;
-        const auto found = in.known.constFind(text);
-        if (found != in.known.cend()) {
-            index = found.value();
-        } else {
-            pool.texts.append(text);
-            in.known.insert(text, index);
+        const auto found = in.known.find(text);
+        if (found != in.known.end()) {
+            index = found->second;
+            known = true;
         }
-        if (in.seen >= MinimumSample && in.known.size() * 2 > in.seen) {
-            in.pooling = false;
-            in.known = {};
-        }
-    } else {
-        pool.texts.append(text);
+    }
+    if (!known) {
+        pool.texts.append(whole ? *whole : text.toString());
+        if (in.pooling)
+            in.known.emplace(pool.texts.last(), index);
+    }
+    if (in.pooling && in.seen >= MinimumSample && static_cast<qsizetype>(in.known.size()) * 2 > in.seen) {
+        in.pooling = false;
+        in.known = {};
     }
     in.last = index;
     in.hasLast = true;
@@ -151,6 +155,17 @@ void RowStore::write(quint32 slot, const QList<QVariant>& row)
         block.kinds[first + static_cast<std::size_t>(c)] = cell.kind;
         block.bits[first + static_cast<std::size_t>(c)] = cell.bits;
     }
+}
+
+void RowStore::beginRow()
+{
+    const quint32 slot = newSlot();
+    Block& block = *m_blocks.back();
+    const std::size_t first
+        = static_cast<std::size_t>(slot % BlockRows) * static_cast<std::size_t>(m_columns);
+    m_fillKinds = block.kinds.data() + first;
+    m_fillBits = block.bits.data() + first;
+    m_order.push_back(slot);
 }
 
 void RowStore::append(const QList<QVariant>& row)
