@@ -84,8 +84,8 @@ private slots:
         };
         row("update over an inner join",
             "UPDATE NivelCategoria4 INNER JOIN NivelCategoria3 ON NivelCategoria3.Codigo = "
-            "NivelCategoria4.CodigoCategoria3 SET NivelCategoria4.Marca = True WHERE NivelCategoria3.Nome = "
-            "'energia'",
+            "NivelCategoria4.CodigoCategoria3 SET NivelCategoria4.Marca = True WHERE NivelCategoria3.Nome "
+            "= 'energia'",
             0, names + " / 1,2,3,4,5,6,7,8*,9");
         row("two minus signs are not a comment", "UPDATE NivelCategoria1 SET Nome = 'x' WHERE Codigo = 3 --1",
             0, QString(names).replace("Receitas Financeiras", "x") + " / 1,2,3,4,5,6,7,8,9");
@@ -108,10 +108,10 @@ private slots:
         QFETCH(QString, expected);
         QCOMPARE(varemo::test::jetFailure([&] { run(jet); }), number);
         QCOMPARE(column(QStringLiteral("SELECT (SELECT group_concat(Nome, '|') FROM (SELECT Nome FROM "
-                                       "NivelCategoria1 ORDER BY Codigo)) "
-                                       "|| ' / ' || (SELECT group_concat(Codigo || CASE Marca WHEN 1 THEN "
-                                       "'*' ELSE '' END) FROM (SELECT "
-                                       "Codigo, Marca FROM NivelCategoria4 ORDER BY Codigo))")),
+                                       "NivelCategoria1 ORDER BY Codigo)) || ' / ' || (SELECT "
+                                       "group_concat(Codigo || CASE Marca WHEN 1 THEN '*' ELSE '' END) "
+                                       "FROM (SELECT Codigo, Marca FROM NivelCategoria4 ORDER BY "
+                                       "Codigo))")),
             QStringList {expected});
     }
 
@@ -208,8 +208,8 @@ private slots:
                  std::pair {"NivelCategoria4", "Nome"}, std::pair {"Relatorios", "NomeRelatorio"}})
             QTest::addRow("%s code not reused", table)
                 << QStringLiteral(
-                       "INSERT INTO %1 (%2) VALUES ('x'); INSERT INTO %1 (%2) VALUES ('x'); DELETE FROM %1 "
-                       "WHERE rowid = (SELECT MAX(rowid) FROM %1); INSERT INTO %1 (%2) VALUES ('y')")
+                       "INSERT INTO %1 (%2) VALUES ('x'); INSERT INTO %1 (%2) VALUES ('x'); DELETE FROM "
+                       "%1 WHERE rowid = (SELECT MAX(rowid) FROM %1); INSERT INTO %1 (%2) VALUES ('y')")
                        .arg(QLatin1String(table), QLatin1String(name))
                 << QStringLiteral("SELECT (SELECT rowid FROM %1 WHERE %2 = 'y') = (SELECT MAX(rowid) FROM %1 "
                                   "WHERE %2 = 'x') + 2")

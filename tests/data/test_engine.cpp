@@ -91,16 +91,15 @@ private slots:
         row("dates and Yes/No", "",
             "SELECT Codigo FROM Venda WHERE DataDocumento >= #03/15/2026# AND Venda = True", "2|3|5");
         row("search filled and marked through a join",
-            "DELETE * FROM Procura;\nINSERT INTO Procura SELECT Codigo FROM NivelCategoria4;\nUPDATE Procura "
-            "SET "
-            "Marca1 = True WHERE Codigo IN (2, 8)\nUPDATE NivelCategoria4, Procura SET NivelCategoria4.Marca "
-            "= "
-            "TRUE WHERE (Procura.Marca1 = TRUE) AND NivelCategoria4.Codigo = Procura.Codigo;",
+            "DELETE * FROM Procura;\nINSERT INTO Procura SELECT Codigo FROM NivelCategoria4;\nUPDATE "
+            "Procura SET Marca1 = True WHERE Codigo IN (2, 8)\nUPDATE NivelCategoria4, Procura SET "
+            "NivelCategoria4.Marca = TRUE WHERE (Procura.Marca1 = TRUE) AND NivelCategoria4.Codigo = "
+            "Procura.Codigo;",
             "Marca = True", "2|8");
         row("delete over a join",
             "DELETE NivelCategoria4.* FROM NivelCategoria4 INNER JOIN NivelCategoria3 ON "
-            "NivelCategoria3.Codigo "
-            "= NivelCategoria4.CodigoCategoria3 WHERE NivelCategoria3.Nome = 'pães'",
+            "NivelCategoria3.Codigo = NivelCategoria4.CodigoCategoria3 WHERE NivelCategoria3.Nome = "
+            "'pães'",
             "Codigo < 5", "3");
     }
     void jetStatements()

@@ -253,8 +253,7 @@ private slots:
              "NivelCategoria4.CodigoCategoria3 = NivelCategoria3.Codigo AND %1;",
                 "UPDATE NivelCategoria4 SET Marca = 1 WHERE rowid IN (SELECT NivelCategoria4.rowid FROM "
                 "NivelCategoria4, NivelCategoria3 WHERE NivelCategoria4.CodigoCategoria3 = "
-                "NivelCategoria3.Codigo "
-                "AND %1)"},
+                "NivelCategoria3.Codigo AND %1)"},
             {"INSERT INTO Procura SELECT Codigo FROM NivelCategoria4 WHERE %1;",
                 "INSERT INTO Procura (Codigo) SELECT Codigo FROM NivelCategoria4 WHERE %1"},
             {"UPDATE NivelCategoria4 SET Marca = False WHERE %1;",

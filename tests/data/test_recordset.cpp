@@ -99,8 +99,8 @@ private slots:
         QTest::newRow("moves and finds after a delete")
             << byCode
             << "find Codigo = 3 -> 3; delete -> !3167; next -> 4; previous -> 2; find Codigo = 5 -> 5; "
-               "delete -> !3167; findnext Codigo > 0 -> 6; last -> 9; next -> EOF; find Codigo = 99 -> EOF; "
-               "find Marca = 0 -> 1";
+               "delete -> !3167; findnext Codigo > 0 -> 6; last -> 9; next -> EOF; find Codigo = 99 -> "
+               "EOF; find Marca = 0 -> 1";
         QTest::newRow("first in the recordset's order")
             << "SELECT * FROM NivelCategoria4 ORDER BY Codigo DESC"
             << "find CodigoCategoria3 = 5 -> 7";
@@ -109,12 +109,10 @@ private slots:
         QTest::newRow("lookups follow writes")
             << byCode
             << "find Codigo = 5 -> 5; mark -> 5; tomark -> 5; find CodigoCategoria3 = 6 -> 8; add "
-               "CodigoCategoria3 "
-               "8 -> 8; find CodigoCategoria3 = 8 -> 10; find Codigo = 6 -> 6; edit CodigoCategoria3 6 -> 6; "
-               "find "
-               "CodigoCategoria3 = 5 -> 7; find CodigoCategoria3 = 6 -> 6; find Codigo = 1 -> 1; delete -> "
-               "!3167; "
-               "find CodigoCategoria3 = 5 -> 7; tomark -> 5; tomark 987654 -> !3159";
+               "CodigoCategoria3 8 -> 8; find CodigoCategoria3 = 8 -> 10; find Codigo = 6 -> 6; edit "
+               "CodigoCategoria3 6 -> 6; find CodigoCategoria3 = 5 -> 7; find CodigoCategoria3 = 6 -> 6; "
+               "find Codigo = 1 -> 1; delete -> !3167; find CodigoCategoria3 = 5 -> 7; tomark -> 5; "
+               "tomark 987654 -> !3159";
         QTest::newRow("misuses") << byCode
                                  << "set -> !3020; read Apelido -> !3265; find Apelido = 3 -> !3070; "
                                     "close -> empty; first -> !3420";
@@ -174,8 +172,8 @@ private slots:
             {QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome) VALUES (1, 'B'), (2, 'A')"),
                 insertItems(QStringLiteral("Codigo, Nome, CodigoCategoria3"),
                     QStringLiteral(
-                        "i * 3, CASE WHEN i > 1500 THEN 'Único ' || i WHEN i % 5 = 0 THEN '' WHEN i % 5 = 1 "
-                        "THEN NULL ELSE 'Nome ' || (i % 7) END, i % 4"),
+                        "i * 3, CASE WHEN i > 1500 THEN 'Único ' || i WHEN i % 5 = 0 THEN '' WHEN i % 5 "
+                        "= 1 THEN NULL ELSE 'Nome ' || (i % 7) END, i % 4"),
                     QStringLiteral("i % 11 <> 0"))});
         const bool table = source == QLatin1String("NivelCategoria4");
         const RecordsetType type = table ? RecordsetType::Table : RecordsetType::Dynaset;
