@@ -15,18 +15,6 @@ using varemo::test::TestCompany;
 namespace criteria = varemo::criteria;
 namespace dialect = varemo::dialect;
 
-namespace {
-
-const QStringList fields {QStringLiteral("Codigo"), QStringLiteral("Nome"), QStringLiteral("Marca"),
-    QStringLiteral("Data"), QStringLiteral("NivelCategoria4.Codigo")};
-
-int resolve(const QString& field)
-{
-    return static_cast<int>(fields.indexOf(field));
-}
-
-} // namespace
-
 // The Jet text the program writes, translated and run on the company file itself, a find's
 // criteria, and the file as the schema makes it; every test runs in a transaction rolled back after it.
 class TestDialect : public QObject {
@@ -175,6 +163,9 @@ private slots:
         QFETCH(QString, text);
         QFETCH(criteria::Row, values);
         QFETCH(int, result);
+        const QStringList fields {QStringLiteral("Codigo"), QStringLiteral("Nome"), QStringLiteral("Marca"),
+            QStringLiteral("Data"), QStringLiteral("NivelCategoria4.Codigo")};
+        const auto resolve = [&](const QString& field) { return int(fields.indexOf(field)); };
         bool matches = false;
         const int number
             = varemo::test::jetFailure([&] { matches = criteria::compile(text, resolve)(values); });

@@ -21,8 +21,6 @@ using varemo::test::TestCompany;
 
 namespace {
 
-constexpr int CasesPerSeed = 100;
-
 // Random values from one seed: texts with accents in both cases, apostrophes and the
 // characters Like treats specially.
 struct Draw {
@@ -261,7 +259,7 @@ private slots:
         };
         const QString dump
             = QStringLiteral("SELECT * FROM NivelCategoria4 UNION ALL SELECT *, 0, 0 FROM Procura");
-        for (int n = 0; n < CasesPerSeed; ++n) {
+        for (int n = 0; n < 100; ++n) {
             const QStringList rows = levelRows(d);
             const int kind = d.below(4);
             const auto [jetWhere, handWhere] = condition(d, kind == 1 ? 3 : 4);
@@ -293,7 +291,7 @@ private slots:
             QDebug(&text) << numbers << code << rows;
             return text;
         };
-        for (int n = 0; n < CasesPerSeed; ++n) {
+        for (int n = 0; n < 100; ++n) {
             fillT(d, 8);
             const auto rs = m_db->openRecordset(QStringLiteral("T"), RecordsetType::Table);
             QStringList rows = sqliteRows(stored); // the model: "Codigo|Nome|Numero" in order

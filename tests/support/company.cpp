@@ -357,9 +357,7 @@ int jetFailure(const std::function<void()>& call)
 
 bool onServer()
 {
-    return qEnvironmentVariable("VAREMO_TEST_ENGINE")
-               .compare(QLatin1String("postgresql"), Qt::CaseInsensitive)
-        == 0;
+    return qEnvironmentVariable("VAREMO_TEST_ENGINE").toLower() == QLatin1String("postgresql");
 }
 
 PgServer& PgServer::instance()
