@@ -249,8 +249,8 @@ void Recordset::Private::readSlice(int count)
     buffer.clear();
 }
 
-// The rows read go into the compact store one by one, each freed once it is in, so that the
-// rows of one read are never held twice.
+// A server hands its rows over as QVariant rows (the embedded engine packs them itself): each
+// goes into the compact rows and is freed at once, so a read is never held twice.
 void Recordset::Private::take(QList<Row>& read)
 {
     for (Row& row : read) {
