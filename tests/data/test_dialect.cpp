@@ -32,14 +32,6 @@ class TestDialect : public QObject {
         return values;
     }
 
-    void run(const QString& jet)
-    {
-        QSqlQuery query(m_db);
-        if (!query.exec(dialect::translate(jet, dialect::readCatalog(m_db)).sql))
-            throw dialect::fromSqlite(
-                query.lastError().nativeErrorCode().toInt(), query.lastError().databaseText(), jet);
-    }
-
 private slots:
     void initTestCase()
     {
@@ -94,7 +86,13 @@ private slots:
         QFETCH(QString, jet);
         QFETCH(int, number);
         QFETCH(QString, expected);
-        QCOMPARE(varemo::test::jetFailure([&] { run(jet); }), number);
+        QCOMPARE(varemo::test::jetFailure([&] {
+            QSqlQuery query(m_db);
+            if (!query.exec(dialect::translate(jet, dialect::readCatalog(m_db)).sql))
+                throw dialect::fromSqlite(
+                    query.lastError().nativeErrorCode().toInt(), query.lastError().databaseText(), jet);
+        }),
+            number);
         QCOMPARE(column(QStringLiteral("SELECT (SELECT group_concat(Nome, '|') FROM (SELECT Nome FROM "
                                        "NivelCategoria1 ORDER BY Codigo)) || ' / ' || (SELECT "
                                        "group_concat(Codigo || CASE Marca WHEN 1 THEN '*' ELSE '' END) "
