@@ -28,9 +28,9 @@ struct Draw {
     int below(int n) { return int(random.bounded(n)); }
     int between(int low, int high) { return low + below(high - low + 1); }
     bool coin() { return below(2) == 0; }
-    QString pick(std::initializer_list<const char*> list)
+    QString pick(std::initializer_list<const char*> l)
     {
-        return QString::fromUtf8(list.begin()[below(int(list.size()))]);
+        return QString::fromUtf8(l.begin()[below(int(l.size()))]);
     }
     QString word(const char* chars = "aAáÁçÇeÉõ o'#[]*?%_1")
     {
@@ -47,15 +47,14 @@ struct Draw {
 
 QString literal(const QString& text)
 {
-    return QLatin1Char('\'') + QString(text).replace(QLatin1Char('\''), QLatin1String("''"))
-        + QLatin1Char('\'');
+    return QStringLiteral("'%1'").arg(QString(text).replace(QLatin1Char('\''), QLatin1String("''")));
 }
 
 QString shown(const QVariant& value)
 {
-    if (value.isNull())
-        return QStringLiteral("Null");
-    return value.typeId() == QMetaType::Bool ? QString::number(value.toBool() ? 1 : 0) : value.toString();
+    return value.isNull()                   ? QStringLiteral("Null")
+        : value.typeId() == QMetaType::Bool ? QString::number(int(value.toBool()))
+                                            : value.toString();
 }
 
 QString joined(const QList<QVariant>& row, qsizetype width)
