@@ -18,14 +18,6 @@ const QStringList itemOrder {QStringLiteral("NivelCategoria0.Nome"), QStringLite
     QStringLiteral("NivelCategoria2.Nome"), QStringLiteral("NivelCategoria3.Nome"),
     QStringLiteral("NivelCategoria4.Nome")};
 
-// Items made from the numbers i = 1..3000 that pass `where`.
-QString insertItems(const QString& columns, const QString& values, const QString& where = QStringLiteral("1"))
-{
-    return QStringLiteral("WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
-                          "INSERT INTO NivelCategoria4 (%1) SELECT %2 FROM n WHERE %3")
-        .arg(columns, values, where);
-}
-
 // The company after the statements, opened by the program's data layer.
 std::unique_ptr<Database> openAfter(TestCompany& company, const QStringList& statements)
 {
@@ -170,11 +162,11 @@ private slots:
         // then all different; a few items under named accounts.
         const auto db = openAfter(company,
             {QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome) VALUES (1, 'B'), (2, 'A')"),
-                insertItems(QStringLiteral("Codigo, Nome, CodigoCategoria3"),
-                    QStringLiteral(
-                        "i * 3, CASE WHEN i > 1500 THEN 'Único ' || i WHEN i % 5 = 0 THEN '' WHEN i % 5 "
-                        "= 1 THEN NULL ELSE 'Nome ' || (i % 7) END, i % 4"),
-                    QStringLiteral("i % 11 <> 0"))});
+                QStringLiteral(
+                    "WITH RECURSIVE n(i) AS (SELECT 1 UNION ALL SELECT i + 1 FROM n WHERE i < 3000) "
+                    "INSERT INTO NivelCategoria4 (Codigo, Nome, CodigoCategoria3) SELECT i * 3, CASE "
+                    "WHEN i > 1500 THEN 'Único ' || i WHEN i % 5 = 0 THEN '' WHEN i % 5 = 1 THEN NULL "
+                    "ELSE 'Nome ' || (i % 7) END, i % 4 FROM n WHERE i % 11 <> 0")});
         const bool table = source == QLatin1String("NivelCategoria4");
         const RecordsetType type = table ? RecordsetType::Table : RecordsetType::Dynaset;
         const auto whole = db->openRecordset(source, type);
