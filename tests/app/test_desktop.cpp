@@ -64,39 +64,35 @@ private slots:
         QVERIFY(m_viewer->show(0));
     }
 
+    // Lines break at carriage returns, the text is plain, the title defaults to the module's;
+    // the flags choose the icon, the buttons and what Enter and a close without a button answer.
     void boxFollowsTheFlags_data()
     {
         QTest::addColumn<int>("flags");
-        QTest::addColumn<int>("icon");
-        QTest::addColumn<int>("defaultAnswer"); // what Enter answers
-        QTest::addColumn<int>("escapeAnswer");
-        const auto row = [](const char* tag, int flags, QMessageBox::Icon icon, int enter, int escape) {
-            QTest::newRow(tag) << flags << int(icon) << enter << escape;
-        };
-        row("ok, critical", vb::Critical, QMessageBox::Critical, vb::OK, vb::OK);
-        row("ok, exclamation", vb::Exclamation, QMessageBox::Warning, vb::OK, vb::OK);
-        row("yes/no", vb::YesNo | vb::Question, QMessageBox::Question, vb::Yes, vb::No);
-        row("yes/no, No the default", vb::YesNo | vb::Question | vb::DefaultButton2, QMessageBox::Question,
-            vb::No, vb::No);
+        QTest::addColumn<QList<int>>("expected"); // icon, buttons, Enter's answer, the close's answer
+        QTest::newRow("ok, critical")
+            << int(vb::Critical) << QList<int> {QMessageBox::Critical, 1, vb::OK, vb::OK};
+        QTest::newRow("ok, exclamation")
+            << int(vb::Exclamation) << QList<int> {QMessageBox::Warning, 1, vb::OK, vb::OK};
+        QTest::newRow("yes/no") << (vb::YesNo | vb::Question)
+                                << QList<int> {QMessageBox::Question, 2, vb::Yes, vb::No};
+        QTest::newRow("yes/no, No the default") << (vb::YesNo | vb::Question | vb::DefaultButton2)
+                                                << QList<int> {QMessageBox::Question, 2, vb::No, vb::No};
     }
-    // Lines break at carriage returns, the text is plain, and the title defaults to the module's.
     void boxFollowsTheFlags()
     {
         QFETCH(int, flags);
-        QFETCH(int, icon);
-        QFETCH(int, defaultAnswer);
-        QFETCH(int, escapeAnswer);
+        QFETCH(QList<int>, expected);
         QtDesktop desktop(m_state);
         const auto box = desktop.messageBox(QStringLiteral("um\rdois\r\ntrês <b>&</b>"), flags, {});
         QCOMPARE(box->text() + u'|' + box->windowTitle(),
             QStringLiteral("um\ndois\ntrês <b>&</b>|Plano de Contas"));
         QCOMPARE(box->textFormat(), Qt::PlainText);
-        QCOMPARE(int(box->icon()), icon);
-        QCOMPARE(box->buttons().size(), (flags & 0xF) == vb::YesNo ? 2 : 1);
         box->defaultButton()->click();
-        QCOMPARE(QtDesktop::answerOf(*box), defaultAnswer);
         const auto closed = desktop.messageBox(QStringLiteral("a"), flags, QStringLiteral("t"));
-        QCOMPARE(QtDesktop::answerOf(*closed), escapeAnswer); // closed without a button
+        QCOMPARE(QList<int>({int(box->icon()), int(box->buttons().size()), QtDesktop::answerOf(*box),
+                     QtDesktop::answerOf(*closed)}),
+            expected);
     }
 
     // The program folder's sounds by number, and the sibling modules' programs beside it;
