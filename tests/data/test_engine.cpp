@@ -25,14 +25,12 @@ private slots:
     {
         QTest::addColumn<QString>("sql");
         QTest::addColumn<QString>("expected");
-        const auto row = [](const char* name, const char* sql, const char* expected) {
-            QTest::newRow(name) << QString::fromLatin1(sql) << QString::fromLatin1(expected);
-        };
-        row("marks and quotes inside a literal kept",
-            "SELECT 'D''Avila ? \"X\"' AS \"A.B\" FROM T WHERE x = ?",
-            "SELECT 'D''Avila ? \"X\"' AS \"a.b\" FROM T WHERE x = $1");
-        row("sub-query named", "SELECT * FROM (SELECT Nome FROM T) WHERE \"__rowid__\" = ?",
-            "SELECT * FROM (SELECT Nome FROM T) AS varemo_sub1 WHERE \"__rowid__\" = $1");
+        QTest::newRow("marks and quotes inside a literal kept")
+            << "SELECT 'D''Avila ? \"X\"' AS \"A.B\" FROM T WHERE x = ?"
+            << "SELECT 'D''Avila ? \"X\"' AS \"a.b\" FROM T WHERE x = $1";
+        QTest::newRow("sub-query named")
+            << "SELECT * FROM (SELECT Nome FROM T) WHERE \"__rowid__\" = ?"
+            << "SELECT * FROM (SELECT Nome FROM T) AS varemo_sub1 WHERE \"__rowid__\" = $1";
     }
     void serverText()
     {

@@ -5,8 +5,6 @@
 #include <QApplication>
 #include <QTest>
 
-#include <cstdio>
-
 int main(int argc, char** argv)
 {
     QApplication app(argc, argv);
@@ -24,6 +22,6 @@ int main(int argc, char** argv)
         failures += QTest::qExec(make().get(), qtestArgs);
     }
     if (!ran)
-        std::fprintf(stderr, "no test named %s\n", qPrintable(only));
+        qWarning("no test named %s", qPrintable(only));
     return !ran ? 2 : failures == 0 ? 0 : 1;
 }
