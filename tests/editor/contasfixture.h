@@ -9,6 +9,7 @@
 #include "support/fakedesktop.h"
 
 #include <QAction>
+#include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
 #include <QStringList>
@@ -82,9 +83,10 @@ struct LoadedContas {
 
     // Runs space-separated steps: "ID_..." a command, "m3" Movimento 3, "f3" MoveFiltro 3,
     // "n2N4" a click on that tree node, "t1" a click on that tab, "h3" the report of 3 search
-    // hits, "L0" the level shown, "=a/b" names typed into the selectors from the category down,
-    // "~a" a name typed into the shown level's field ("_" for a blank), "yes"/"no" the next
-    // box's answer, "Esc" the key, "clear" forgets the calls so far; "*N" repeats a step.
+    // hits, "rName" a click on that saved report, "L0" the level shown, "=a/b" names typed into
+    // the selectors from the category down, "~a" a name typed into the shown level's field ("_"
+    // for a blank), "yes"/"no" the next box's answer, "Esc" the key, "clear" forgets the calls
+    // so far; "*N" repeats a step.
     void play(const QString& steps)
     {
         for (const QString& word : steps.split(u' ', Qt::SkipEmptyParts)) {
@@ -98,6 +100,9 @@ struct LoadedContas {
                     clearCalls();
                 else if (step == u"Esc")
                     window->Form_KeyDown(Qt::Key_Escape);
+                else if (step[0] == u'r')
+                    window->Relatos->setCurrentItem(
+                        window->Relatos->findItems(arg, Qt::MatchExactly).value(0));
                 else if (step[0] == u'L')
                     window->NivelAtual = arg.toInt();
                 else if (step[0] == u'~')

@@ -140,38 +140,34 @@ private slots:
                     qPrintable(name));
     }
 
+    // Deleting a saved report asks first; the file, the list and the tree's marks follow.
     void reports_data()
     {
-        QTest::addColumn<bool>("choose");
-        QTest::addColumn<int>("answer");
-        QTest::addColumn<QString>("expected"); // title, reports and items left, list entries, tree mark
-        QTest::newRow("nothing chosen") << false << int(vb::Yes) << "Selecionar Relatório|2|9|2|Nenhum";
-        QTest::newRow("answered No") << true << int(vb::No) << "Excluir relatório|2|9|2|Alguns";
-        QTest::newRow("deleted") << true << int(vb::Yes) << "Excluir relatório|1|1|1|Nenhum";
+        QTest::addColumn<QString>("steps");
+        QTest::addColumn<QString>("expected"); // boxes, reports and their items left, list entries, tree mark
+        const QString ask = QStringLiteral(
+            "box Deseja excluir definivamente o relatório Resultado Mensal?|Excluir relatório|292");
+        QTest::newRow("nothing chosen")
+            << "yes ID_Excluir"
+            << "box Primeiro selecione o relatório na lista|Selecionar Relatório|64|2 9|2|Nenhum";
+        QTest::newRow("answered No") << "rResultado_Mensal no ID_Excluir" << ask + "|2 9|2|Alguns";
+        QTest::newRow("deleted") << "rResultado_Mensal yes ID_Excluir" << ask + "|1 1|1|Nenhum";
     }
     void reports()
     {
-        QFETCH(bool, choose);
-        QFETCH(int, answer);
+        QFETCH(QString, steps);
         QFETCH(QString, expected);
         LoadedContas fx({"INSERT INTO Relatorios VALUES (2, 'Outro')",
             "INSERT INTO RelatorioItens VALUES (2, 'N0', 1, 3)"});
-        fx.play(QStringLiteral("ID_Relatorios"));
-        if (choose)
-            fx.window->Relatos->setCurrentItem(
-                fx.window->Relatos->findItems("Resultado Mensal", Qt::MatchExactly)[0]);
-        fx.clearCalls();
-        fx.desktop.setNextAnswer(answer);
-        fx.play(QStringLiteral("ID_Excluir"));
-        QCOMPARE(
-            QStringList(
-                {fx.desktop.boxes[0].title, fx.company.scalar("SELECT count(*) FROM Relatorios").toString(),
-                    fx.company.scalar("SELECT count(*) FROM RelatorioItens").toString(),
-                    QString::number(fx.window->Relatos->count()), nodeImage(fx.window->node("2N0"))})
-                .join('|'),
+        fx.play(QStringLiteral("ID_Relatorios clear ") + steps);
+        QCOMPARE(fx.desktop.calls.join(u' ') + u'|'
+                + fx.company
+                      .scalar("SELECT (SELECT count(*) FROM Relatorios) || ' ' || (SELECT count(*) FROM "
+                              "RelatorioItens)")
+                      .toString()
+                + u'|' + QString::number(fx.window->Relatos->count()) + u'|'
+                + nodeImage(fx.window->node("2N0")),
             expected);
-        QVERIFY(!choose
-            || fx.desktop.boxes[0].prompt == "Deseja excluir definivamente o relatório Resultado Mensal?");
     }
 };
 
