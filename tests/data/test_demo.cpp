@@ -7,8 +7,6 @@
 #include <QTemporaryDir>
 #include <QTest>
 
-#include <memory>
-
 using varemo::test::readFile;
 using varemo::test::TestCompany;
 
@@ -27,21 +25,14 @@ void rule(const char* name, const QString& query, int expected = 0, bool demoOnl
 class TestDemo : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<TestCompany> m_demo;
-    std::unique_ptr<TestCompany> m_generated; // the large-company generator, at a small size
+    TestCompany m_demo {TestCompany::Seed::Demo};
+    TestCompany m_generated {TestCompany::Seed::Empty}; // the large-company generator, at a small size
 
 private slots:
     void initTestCase()
     {
-        m_demo = std::make_unique<TestCompany>(TestCompany::Seed::Demo);
-        m_generated = std::make_unique<TestCompany>(TestCompany::Seed::Empty);
-        m_generated->closeSql();
-        varemo::demo::generateCompany(m_generated->databasePath(), 500, 5000, 1, TestCompany::demoToday());
-    }
-    void cleanupTestCase()
-    {
-        m_demo.reset();
-        m_generated.reset();
+        m_generated.closeSql();
+        varemo::demo::generateCompany(m_generated.databasePath(), 500, 5000, 1, TestCompany::demoToday());
     }
 
     // Every made-up company is shaped like a real one, so that the program meets what it will meet.
@@ -128,7 +119,7 @@ private slots:
         QFETCH(QString, which);
         QFETCH(QString, query);
         QFETCH(int, expected);
-        QCOMPARE((which == QLatin1String("demo") ? m_demo : m_generated)->count(query), expected);
+        QCOMPARE((which == QLatin1String("demo") ? m_demo : m_generated).count(query), expected);
     }
 
     // An existing installation is kept unless rebuilt, and a rebuild on the same date gives the

@@ -9,8 +9,6 @@
 #include <QSqlQuery>
 #include <QTest>
 
-#include <memory>
-
 using varemo::test::TestCompany;
 namespace criteria = varemo::criteria;
 namespace dialect = varemo::dialect;
@@ -20,7 +18,7 @@ namespace dialect = varemo::dialect;
 class TestDialect : public QObject {
     Q_OBJECT
 
-    std::unique_ptr<TestCompany> m_company;
+    TestCompany m_company;
     QSqlDatabase m_db;
 
     QStringList column(const QString& sql)
@@ -35,15 +33,10 @@ class TestDialect : public QObject {
 private slots:
     void initTestCase()
     {
-        m_company = std::make_unique<TestCompany>();
-        m_db = m_company->sql();
+        m_db = m_company.sql();
         dialect::install(m_db);
     }
-    void cleanupTestCase()
-    {
-        m_db = QSqlDatabase();
-        m_company.reset();
-    }
+    void cleanupTestCase() { m_db = QSqlDatabase(); }
     void init() { m_db.transaction(); }
     void cleanup() { m_db.rollback(); }
 

@@ -9,7 +9,6 @@
 
 using namespace varemo;
 using varemo::test::jetFailure;
-using varemo::test::PgServer;
 using varemo::test::TestCompany;
 
 constexpr int ShortWaitMs = 150;
@@ -140,7 +139,7 @@ private slots:
         test::writeFile(company.dataFolder() + QStringLiteral("Empresa.ini"),
             QStringLiteral("[Empresa]\r\nNome=Padaria Teste\r\n[Servidor]\r\nServidor=%1\r\nPorta=5432\r\n"
                            "Banco=postgres\r\nUsuario=%2\r\n")
-                .arg(host.isEmpty() ? PgServer::instance().socketFolder() : host, user)
+                .arg(host.isEmpty() ? test::PgServer::instance().socketFolder() : host, user)
                 .toUtf8());
         QCOMPARE(
             test::jetFailure([&] { Database::open(company.databasePath()); }), jet::ServerConnectionFailed);

@@ -2,7 +2,6 @@
 
 #include <QDate>
 #include <QSqlDatabase>
-#include <QString>
 #include <QTemporaryDir>
 #include <QVariant>
 
