@@ -193,35 +193,29 @@ private slots:
     {
         QTest::addColumn<int>("level");
         QTest::addColumn<QString>("parent");
-        QTest::addColumn<QString>("names");
-        QTest::addColumn<QString>("message");
-        const auto row
-            = [](const char* tag, int level, const char* parent, const char* names, const char* message) {
-                  QTest::newRow(tag) << level << QString::fromUtf8(parent) << QString::fromUtf8(names)
-                                     << QString::fromUtf8(message);
-              };
-        row("sectors, blanks around the name", 1, " Despesas ",
-            "Despesas Administrativas,Despesas Fornecedores", "");
-        row("groups", 2, "Despesas Administrativas", "Ocupação", "");
-        row("unknown category", 1, "Nada", "antes", "Categoria não encontrada");
-        row("unknown sector", 2, "Nada", "antes", "Depto. não encontrado");
-        row("unknown account", 4, "Nada", "antes", "Conta não encontrada");
+        QTest::addColumn<QString>("expected"); // the list, then the box
+        const QString box = QStringLiteral("antes|box %1||") + QString::number(vb::Information);
+        QTest::newRow("sectors, blanks around the name") << 1 << " Despesas "
+                                                         << "Despesas Administrativas,Despesas Fornecedores|";
+        QTest::newRow("groups") << 2 << "Despesas Administrativas"
+                                << "Ocupação|";
+        QTest::newRow("unknown category")
+            << 1 << "Nada" << box.arg(QStringLiteral("Categoria não encontrada"));
+        QTest::newRow("unknown sector") << 2 << "Nada" << box.arg(QStringLiteral("Depto. não encontrado"));
+        QTest::newRow("unknown account") << 4 << "Nada" << box.arg(QStringLiteral("Conta não encontrada"));
     }
     void listFollowsTheNameAbove()
     {
         QFETCH(int, level);
         QFETCH(QString, parent);
-        QFETCH(QString, names);
-        QFETCH(QString, message);
+        QFETCH(QString, expected);
         LoadedContas fx;
         fx.clearCalls();
         const auto at = std::size_t(level);
         fx.window->Combo[at]->fill({QStringLiteral("antes")});
         fx.window->Combo[at - 1]->setText(parent);
         fx.window->PreencherCombo(level);
-        QCOMPARE(fx.window->Combo[at]->names().join(u','), names);
-        QCOMPARE(fx.desktop.calls.join(u' '),
-            message.isEmpty() ? message : QStringLiteral("box %1||%2").arg(message).arg(vb::Information));
+        QCOMPARE(fx.window->Combo[at]->names().join(u',') + u'|' + fx.desktop.calls.join(u' '), expected);
     }
 };
 
