@@ -346,6 +346,12 @@ void Translator::collateText()
             if (start == leftEnd)
                 fail();
             const QString left = join(start, leftEnd);
+            // The server refuses a collation on a number: a code looked up in a subquery whose
+            // own condition names a text keeps its type.
+            if (m_target.server && m_tokens[next(next(i + 1) + 1)].isWord("SELECT")
+                && !m_target.textFields.contains(
+                    jettext::unbracket(left.trimmed()).section(QLatin1Char('.'), -1).toLower()))
+                continue;
             const qsizetype shift = leftEnd - start - 1;
             replace(start, leftEnd, QLatin1Char('(') + left + QLatin1Char(')') + Collate);
             i -= shift;
