@@ -308,6 +308,11 @@ void TestCompany::exec(const QString& sqliteStatement)
     QSqlQuery query(sql());
     run(query, sqliteStatement);
     m_fileStamp.clear(); // the file is ahead now
+    // Rows are copied across, tables are not: a table the test drops goes from the server too.
+    if (!m_serverDatabase.isEmpty() && sqliteStatement.trimmed().startsWith(QLatin1String("DROP"))) {
+        QSqlQuery server(serverSql());
+        run(server, sqliteStatement);
+    }
     sync();
 }
 
