@@ -7,6 +7,8 @@
 #include <QElapsedTimer>
 #include <QTest>
 
+#include <optional>
+
 using namespace varemo;
 using varemo::test::jetFailure;
 using varemo::test::TestCompany;
@@ -165,6 +167,9 @@ private slots:
                                                          << "open" << 3218;
         QTest::newRow("reading under an exclusive lock") << "BEGIN EXCLUSIVE"
                                                          << "read" << 3218;
+        // On a server only the row waits: the action has written before it reaches it.
+        QTest::newRow("another workstation holds a row") << "workstation"
+                                                         << "commit" << 3218;
     }
     void failureLeavesNothing()
     {
@@ -177,8 +182,17 @@ private slots:
         const auto stand
             = [&rs](int code) { QVERIFY(rs->findFirst(QStringLiteral("Codigo = %1").arg(code))); };
         stand(3);
-        for (const QString& statement : lock.split(QStringLiteral("; "), Qt::SkipEmptyParts))
-            company.exec(statement);
+        // The other workstation edits the row the action deletes and has not committed yet.
+        std::unique_ptr<Database> other;
+        std::optional<UnitOfWork> held;
+        if (lock == QLatin1String("workstation")) {
+            other = Database::open(company.databasePath(), ShortWaitMs);
+            held.emplace(*other);
+            other->execute("UPDATE NivelCategoria1 SET Nome = 'Ocupado' WHERE Codigo = 4");
+        } else {
+            for (const QString& statement : lock.split(QStringLiteral("; "), Qt::SkipEmptyParts))
+                company.exec(statement);
+        }
         int failed = 0;
         QElapsedTimer clock;
         clock.start();
@@ -207,7 +221,9 @@ private slots:
             failed = -1;
         }
         const qint64 waited = clock.elapsed();
-        if (!lock.isEmpty())
+        if (held)
+            held.reset();
+        else if (!lock.isEmpty())
             company.exec("ROLLBACK");
         QCOMPARE(failed, number);
         QVERIFY2(number != 3218 || waited >= ShortWaitMs - 20, qPrintable(QString::number(waited)));
