@@ -82,6 +82,22 @@ QString absolute(const QString& path)
 
 } // namespace
 
+bool openCompanyForCommand(const QString& programFolder, AppState& state, ConsoleDesktop& desktop)
+{
+    const QString folder
+        = programFolder.isEmpty() ? QCoreApplication::applicationDirPath() : absolute(programFolder);
+    if (!QFileInfo(folder).isDir()) {
+        say(QStringLiteral("Pasta do programa não encontrada: %1").arg(QDir::toNativeSeparators(folder)));
+        return false;
+    }
+    if (!openCompany(folder, state, desktop)) {
+        say(QStringLiteral("Não foi possível abrir a empresa da pasta do programa %1")
+                .arg(QDir::toNativeSeparators(folder)));
+        return false;
+    }
+    return true;
+}
+
 int runReport(const CommandLine& line, int argc, char** argv)
 {
     // Fonts for the PDF need a GUI application, but never a display: a report runs from cron.
@@ -92,21 +108,10 @@ int runReport(const CommandLine& line, int argc, char** argv)
     const QString pdf = absolute(line.pdf);
     const QString xlsx = absolute(line.xlsx);
     const QString csv = absolute(line.csv);
-    const QString programFolder = line.programFolder.isEmpty() ? QCoreApplication::applicationDirPath()
-                                                               : absolute(line.programFolder);
-    if (!QFileInfo(programFolder).isDir()) {
-        say(QStringLiteral("Pasta do programa não encontrada: %1")
-                .arg(QDir::toNativeSeparators(programFolder)));
-        return ExitFailed;
-    }
-
     AppState state;
     ConsoleDesktop desktop;
-    if (!openCompany(programFolder, state, desktop)) {
-        say(QStringLiteral("Não foi possível abrir a empresa da pasta do programa %1")
-                .arg(QDir::toNativeSeparators(programFolder)));
+    if (!openCompanyForCommand(line.programFolder, state, desktop))
         return ExitFailed;
-    }
     std::optional<reports::Table> table;
     try {
         table = buildTable(line, *state.database);

@@ -2,6 +2,7 @@
 
 #include "app/commandline.h"
 #include "app/consoledesktop.h"
+#include "app/headless.h"
 #include "app/startup.h"
 #include "app/state.h"
 #include "data/database.h"
@@ -131,21 +132,10 @@ int runMigration(const CommandLine& line, int argc, char** argv)
     QCoreApplication app(argc, argv);
     // Opening the company changes the current folder: a relative name is taken from here.
     const QString file = line.toFile.isEmpty() ? QString() : QFileInfo(line.toFile).absoluteFilePath();
-    const QString programFolder = line.programFolder.isEmpty()
-        ? QCoreApplication::applicationDirPath()
-        : QFileInfo(line.programFolder).absoluteFilePath();
-    if (!QFileInfo(programFolder).isDir()) {
-        say(QStringLiteral("Pasta do programa não encontrada: %1")
-                .arg(QDir::toNativeSeparators(programFolder)));
-        return ExitFailed;
-    }
     AppState state;
     ConsoleDesktop desktop;
-    if (!openCompany(programFolder, state, desktop)) {
-        say(QStringLiteral("Não foi possível abrir a empresa da pasta do programa %1")
-                .arg(QDir::toNativeSeparators(programFolder)));
+    if (!openCompanyForCommand(line.programFolder, state, desktop))
         return ExitFailed;
-    }
     const int status = migrate(line, file, *state.database);
     state.database->close();
     return status;

@@ -83,15 +83,7 @@ public:
 
 private:
     static constexpr qsizetype MinimumSample = 1024;
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(QStringView text) const noexcept { return qHash(text); }
-    };
-    struct Equal {
-        using is_transparent = void;
-        bool operator()(QStringView a, QStringView b) const noexcept { return a == b; }
-    };
-    std::unordered_set<QString, Hash, Equal> m_texts;
+    std::unordered_set<QString, TextViewHash, TextViewEqual> m_texts;
     QString m_last;
     bool m_hasLast = false;
     bool m_pooling = true;

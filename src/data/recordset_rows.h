@@ -11,6 +11,16 @@
 
 namespace varemo {
 
+// Pooled texts looked up by a view of the engine's buffer: a text is copied only when new.
+struct TextViewHash {
+    using is_transparent = void;
+    std::size_t operator()(QStringView text) const noexcept { return qHash(text); }
+};
+struct TextViewEqual {
+    using is_transparent = void;
+    bool operator()(QStringView a, QStringView b) const noexcept { return a == b; }
+};
+
 // A recordset's rows kept compactly: every cell is a kind byte and eight bytes (a number, a
 // date's day, or the place of a text in a pool the rows share), where one QVariant per cell
 // took four times as much. A join repeats its ancestors' names on every row: each distinct
@@ -81,16 +91,8 @@ private:
     };
     // Per column while rows are read: texts seen, unless the column turns out to hold mostly
     // different texts (an item's own name), which are then no longer looked up.
-    struct Hash {
-        using is_transparent = void;
-        std::size_t operator()(QStringView text) const noexcept { return qHash(text); }
-    };
-    struct Equal {
-        using is_transparent = void;
-        bool operator()(QStringView a, QStringView b) const noexcept { return a == b; }
-    };
     struct Interning {
-        std::unordered_map<QString, quint32, Hash, Equal> known;
+        std::unordered_map<QString, quint32, TextViewHash, TextViewEqual> known;
         quint32 last = 0;
         bool hasLast = false;
         bool pooling = true;
