@@ -241,12 +241,13 @@ int ServerEngine::run(const QString& sql, const Row& parameters, const QString& 
 {
     // A write action takes its tables for writing at once, as SQLite's BEGIN IMMEDIATE
     // does: a company another workstation holds whole fails the action before anything
-    // is written. Workstations writing rows at the same time do not stop each other here.
+    // is written. The mode conflicts with itself, so two workstations' write actions take
+    // turns, one starting only after the other's commit; readers still read.
     if (sql == QLatin1String("BEGIN IMMEDIATE")) {
         execute(QStringLiteral("BEGIN"), {}, {});
         if (!m_tables.isEmpty()) {
             try {
-                execute(QStringLiteral("LOCK TABLE %1 IN ROW EXCLUSIVE MODE")
+                execute(QStringLiteral("LOCK TABLE %1 IN SHARE ROW EXCLUSIVE MODE")
                             .arg(m_tables.join(QLatin1String(", "))),
                     {}, {});
             } catch (const JetError&) {
