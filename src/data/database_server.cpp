@@ -145,6 +145,26 @@ ServerEngine::ServerEngine(const QSqlDatabase& connection)
         m_connection = *static_cast<PGconn* const*>(handle.constData());
     if (!m_connection)
         throw StorageBug("the QPSQL driver gave no libpq connection");
+    // Jet's "&" joins any two values as text, a Null side as an empty text unless both are
+    // Null, and writes a fraction with a decimal comma as a Brazilian machine does. The
+    // server's concat() would write "420.5". Kept with the connection (pg_temp) rather than
+    // in the company, so that a company moved to the server earlier needs nothing added and
+    // a user without the right to create objects there can still run it. Two independent
+    // polymorphic kinds let each side keep its own type; PL/pgSQL, so that the cast to
+    // numeric is only ever tried on a number.
+    execute(QStringLiteral(
+                "CREATE FUNCTION pg_temp.jet_concat(a anyelement, b anycompatible) RETURNS text "
+                "LANGUAGE plpgsql STABLE AS $$ "
+                "DECLARE left_text text := a::text; right_text text := b::text; "
+                "BEGIN "
+                "IF a IS NULL AND b IS NULL THEN RETURN NULL; END IF; "
+                "IF pg_typeof(a) IN ('real'::regtype, 'double precision'::regtype, 'numeric'::regtype) THEN "
+                "left_text := replace(trim_scale(a::numeric)::text, '.', ','); END IF; "
+                "IF pg_typeof(b) IN ('real'::regtype, 'double precision'::regtype, 'numeric'::regtype) THEN "
+                "right_text := replace(trim_scale(b::numeric)::text, '.', ','); END IF; "
+                "RETURN concat(left_text, right_text); "
+                "END $$"),
+        {}, {});
 }
 
 ServerEngine::Result ServerEngine::execute(const QString& sql, const Row& parameters, const QString& shown)

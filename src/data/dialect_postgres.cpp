@@ -81,11 +81,11 @@ QString serverLikeExpression(const QString& subject, const QString& patternExpre
         .arg(foldedSubject(subject), patternExpression);
 }
 
-// Jet's "&": Null counts as an empty text unless both sides are Null.
+// Jet's "&", through the function every connection to the server creates for it: a
+// number must read as this machine writes it, which the server's own text of it does not.
 QString serverConcat(const QString& left, const QString& right)
 {
-    return QStringLiteral("(CASE WHEN (%1) IS NULL AND (%2) IS NULL THEN NULL ELSE concat(%1, %2) END)")
-        .arg(left, right);
+    return QStringLiteral("pg_temp.jet_concat(%1, %2)").arg(left, right);
 }
 
 // The server has no IIf: Jet's IIf(c, a, b) becomes the CASE it stands for, once its
@@ -230,7 +230,9 @@ QString serverText(const QString& sql)
                 }
             }
             const QString piece = sql.mid(i, end - i + 1);
-            out += name ? piece.toLower() : piece;
+            // a collation's name is the server's own spelling: "C" is not "c"
+            const bool keep = !name || wordBefore(out) == QLatin1String("COLLATE");
+            out += keep ? piece : piece.toLower();
             i = end;
         } else if (c == QLatin1Char('?')) {
             out += QLatin1Char('$') + QString::number(++parameters);
