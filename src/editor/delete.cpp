@@ -207,9 +207,15 @@ void Contas::deleteRecord()
     {
         UnitOfWork work(database());
         if (level < 4) {
-            if (Nivel[static_cast<std::size_t>(level + 1)]->findFirst(
-                    QStringLiteral("CodigoCategoria%1 = ").arg(level) + QString::number(code)))
+            // The database, not the window's copy: another workstation may have just put a row under it.
+            const auto children = database().openRecordset(
+                QStringLiteral("SELECT Codigo FROM NivelCategoria%1 WHERE CodigoCategoria%2 = ")
+                    .arg(level + 1)
+                    .arg(level)
+                + QString::number(code));
+            if (children->recordCount() > 0)
                 refusal = dependencyRefusal(level);
+            children->close();
         } else {
             m_state.sql = movementQuery(sale, code);
             const auto lines = database().openRecordset(m_state.sql);

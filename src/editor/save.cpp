@@ -8,6 +8,7 @@
 #include "editor/tree.h"
 #include "editor/widgets.h"
 
+#include <QSet>
 #include <QTreeWidget>
 
 namespace varemo {
@@ -39,6 +40,38 @@ bool findNamed(Recordset& table, int level, const QString& name, qint32 parent, 
         || (level > 0 && table.value(QStringLiteral("CodigoCategoria%1").arg(level - 1)).toInt() != parent))
         throw typed::UnsearchableName();
     return true;
+}
+
+// Another workstation may have changed the rows under `parent` since the window read them.
+// Called inside the save's transaction, after its lock: the database is asked for them, and
+// a table that no longer agrees is read again, so the name checks see what the save writes over.
+void freshenChildren(Database& database, Recordset& table, int level, qint32 parent)
+{
+    if (level < 1 || level > 4)
+        return;
+    const QString parentField = QStringLiteral("CodigoCategoria%1").arg(level - 1);
+    const auto stored
+        = database.openRecordset(QStringLiteral("SELECT Codigo, Nome FROM NivelCategoria%1 WHERE ").arg(level)
+            + parentField + QStringLiteral(" = ") + QString::number(parent));
+    QSet<std::pair<qint64, QString>> there;
+    for (int row = 0; row < stored->recordCount(); ++row)
+        there.insert({stored->cell(row, 0).toLongLong(), stored->cell(row, 1).toString()});
+    stored->close();
+
+    const int codeColumn = table.fieldIndex(QStringLiteral("Codigo"));
+    const int nameColumn = table.fieldIndex(QStringLiteral("Nome"));
+    const int parentColumn = table.fieldIndex(parentField);
+    qsizetype here = 0;
+    bool same = true;
+    for (int row = 0; same && row < table.recordCount(); ++row) {
+        if (table.cell(row, parentColumn).toInt() != parent)
+            continue;
+        ++here;
+        same = there.contains(
+            {table.cell(row, codeColumn).toLongLong(), table.cell(row, nameColumn).toString()});
+    }
+    if (!same || here != there.size())
+        table.requery();
 }
 
 // The code of the row a find left the table on, found or not.
@@ -102,6 +135,7 @@ void Contas::Gravar()
 qint32 Contas::findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows)
 {
     Recordset& table = *Nivel[static_cast<std::size_t>(level)];
+    freshenChildren(database(), table, level, parent);
     if (!findNamed(table, level, name, parent)) {
         // A missing sector, group or account on the path is made silently.
         table.addNew();
@@ -129,6 +163,7 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
     Recordset& items = *Nivel[4];
     // Blanks around a name would make a second row that reads as the first.
     const QString name = Combo[4]->text().trimmed();
+    freshenChildren(database(), items, 4, parent);
     if (EmInclusao) {
         if (findNamed(items, 4, name, parent)) {
             CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
@@ -157,6 +192,7 @@ qint32 Contas::codeOf(int level, const QString& name, qint32 parent)
 {
     // Found or not, the code is that of the row the table stands on.
     Recordset& table = *Nivel[static_cast<std::size_t>(level)];
+    freshenChildren(database(), table, level, parent);
     findNamed(table, level, name, parent);
     return currentCode(table);
 }
@@ -173,6 +209,7 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
 
     Recordset& table = *Nivel[static_cast<std::size_t>(level)];
     const QString name = Texto[static_cast<std::size_t>(level)]->text().trimmed();
+    freshenChildren(database(), table, level, parent);
     if (EmInclusao) {
         if (findNamed(table, level, name, parent)) {
             CodigoGravado = table.value(QStringLiteral("Codigo")).toInt();

@@ -16,6 +16,8 @@
 
 #include <cstdio>
 #include <functional>
+#include <iostream>
+#include <string>
 #include <unistd.h>
 
 namespace varemo::test {
@@ -72,6 +74,10 @@ struct Player {
             } else if (verb == u"arm") {
                 if (arm)
                     arm();
+            } else if (verb == u"wait") { // another process lets it go on at the same moment
+                say(QStringLiteral("ready"));
+                std::string line;
+                std::getline(std::cin, line);
             } else if (verb == u"disarm") {
                 state.database->statementHook = nullptr;
             } else if (verb == u"click") {

@@ -11,6 +11,7 @@
 #include "support/company.h"
 #include "support/fakedesktop.h"
 
+#include <QFile>
 #include <QProcess>
 #include <QSqlQuery>
 #include <QSqlRecord>
@@ -26,6 +27,26 @@ inline QString childProgram()
 {
     return qEnvironmentVariable("VAREMO_TEST_CHILD_DIR") + QStringLiteral("/child_program");
 }
+
+// While it lives, the companies the tests make are put on the test server or kept in their file.
+class EngineChoice {
+public:
+    explicit EngineChoice(bool server)
+        : m_before(qgetenv("VAREMO_TEST_ENGINE"))
+    {
+        qputenv("VAREMO_TEST_ENGINE", server ? "postgresql" : "sqlite");
+    }
+    ~EngineChoice() { qputenv("VAREMO_TEST_ENGINE", m_before); }
+    EngineChoice(const EngineChoice&) = delete;
+    EngineChoice& operator=(const EngineChoice&) = delete;
+    static bool serverInstalled()
+    {
+        return QFile::exists(QStringLiteral("/usr/lib/postgresql/15/bin/initdb"));
+    }
+
+private:
+    QByteArray m_before;
+};
 
 // A second process holding the file or listening as a running copy: it says "locked" once it
 // holds, and lets go when a line reaches its standard input (or by itself, when told to).
