@@ -51,6 +51,9 @@ public:
     bool restRead() const { return !m_restPending; }
     // Reads now whatever the load left for later; throws JetError when the engine fails.
     void readRest();
+    // Reads the whole chart again, with what other workstations wrote since, and shows the
+    // same record again where it still exists.
+    void Atualizar();
     // Closing: placement, recordsets, other windows, database, the chosen sibling module.
     // Runs once; the window is hidden, never deleted by itself.
     void Form_Unload();

@@ -197,4 +197,22 @@ void Contas::readRest()
     while (m_restPending && !m_unloaded && !readRestSlice()) { }
 }
 
+void Contas::Atualizar()
+{
+    readRest();
+    // The tables are read before the tree and the page are made again: a read that fails
+    // leaves them showing what they showed.
+    Linhas->requery();
+    for (const auto& level : Nivel)
+        level->requery();
+    CarregaArvore();
+    PreencherCombo(0);
+    showLevel(PaginaAtiva == 1 ? NivelAtual : 4);
+    if (reportsVisible()) {
+        fillReportList();
+        if (CodigoRelatorio != 0)
+            MostraMarcas(CodigoRelatorio);
+    }
+}
+
 } // namespace varemo

@@ -194,6 +194,8 @@ bool Contas::runShellCommand(const QString& key)
         // A cancelled search leaves -1: nothing was marked, so nothing is reported.
         if (m_state.searchResult > -1)
             RelatorioEncontrados(m_state.searchResult);
+    } else if (key == QStringLiteral("ID_Atualizar")) {
+        Atualizar();
     } else if (const int level = browse::viewLevel(key)) {
         showLevel(level);
     } else {

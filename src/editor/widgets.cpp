@@ -59,6 +59,9 @@ Selector::Selector(QWidget* parent)
     setSizeAdjustPolicy(QComboBox::AdjustToMinimumContentsLengthWithIcon);
     // Completion would replace what the user typed with a name of the list.
     setCompleter(nullptr);
+    // Leaving a selector whose text names an entry of its list would count as choosing that
+    // entry and cascade, emptying the levels below: only a choice made in the list does.
+    disconnect(lineEdit(), &QLineEdit::editingFinished, this, nullptr);
 }
 
 void Selector::fill(const QStringList& names)

@@ -9,6 +9,7 @@
 #include "support/fakedesktop.h"
 
 #include <QAction>
+#include <QLineEdit>
 #include <QListWidget>
 #include <QMenu>
 #include <QPushButton>
@@ -86,7 +87,8 @@ struct LoadedContas {
     // hits, "rName" a click on that saved report, "L0" the level shown, "=a/b" names typed into
     // the selectors from the category down, "~a" a name typed into the shown level's field ("_"
     // for a blank), "yes"/"no" the next box's answer, "Esc" the key, "clear" forgets the calls
-    // so far; "*N" repeats a step.
+    // so far, "<3" the focus leaving selector 3, "$SQL" another workstation's statement; "*N"
+    // repeats a step.
     void play(const QString& steps)
     {
         for (const QString& word : steps.split(u' ', Qt::SkipEmptyParts)) {
@@ -105,6 +107,10 @@ struct LoadedContas {
                         window->Relatos->findItems(arg, Qt::MatchExactly).value(0));
                 else if (step[0] == u'L')
                     window->NivelAtual = arg.toInt();
+                else if (step[0] == u'$')
+                    company.exec(arg);
+                else if (step[0] == u'<')
+                    Q_EMIT window->Combo[arg.toUInt()]->lineEdit()->editingFinished();
                 else if (step[0] == u'~')
                     (level == 4 ? window->Combo : window->Texto)[level]->setText(arg);
                 else if (step[0] == u'=')

@@ -10,7 +10,6 @@ using namespace varemo;
 using namespace varemo::test;
 
 // Entering a mode, Escape leaving it, the saves and the deletions.
-// Entering a mode, Escape leaving it, the saves and the deletions.
 class TestSave : public QObject {
     Q_OBJECT
 private slots:
@@ -48,6 +47,17 @@ private slots:
             "0 4 Registro 2/9 Aluguel e condomínio/Condomínio");
         row("new item between its siblings", "", rooms + "Aluguel_e_condomínio/Água clear ID_Gravar",
             "0 4 Registro 1/10 Aluguel e condomínio/Água|3 4 6 7 10");
+        row("leaving the category keeps the path below", "", rooms + "Energia <0 ~Gás clear ID_Gravar",
+            "0 4 Registro 4/10 Energia/Gás|3 4 6 7 10");
+        // What another workstation wrote shows after a refresh, the same record still current.
+        row("refresh after another workstation's writes", "",
+            "n8N4 $INSERT_INTO_NivelCategoria4_VALUES_(10,_'Gás',_6,_0,_0) "
+            "$UPDATE_NivelCategoria3_SET_Nome_=_'Luz_e_gás'_WHERE_Codigo_=_6 "
+            "$DELETE_FROM_NivelCategoria4_WHERE_Codigo_=_7 ID_Atualizar",
+            "0 4 Registro 2/9 Luz e gás/Conta de luz");
+        row("refreshed tree holds the new item", "",
+            "n8N4 $INSERT_INTO_NivelCategoria4_VALUES_(10,_'Gás',_6,_0,_0) ID_Atualizar n10N4",
+            "0 4 Registro 4/10 Energia/Gás|3 4 6 7 10");
         row("missing account is made", "", rooms + "Telefone/Celular clear ID_Gravar",
             "0 4 Registro 4/10 Telefone/Celular|3 4 6 8 10");
         row("same item under the same account", "", rooms + "Energia/Conta_de_luz clear ID_Gravar",
