@@ -1,11 +1,13 @@
 // The main window on a big company, each action against a floor read in the same run.
 //
-//   bench_editor COMPANY.mdb [--runs 5] [--wall]
+//   bench_editor COMPANY.mdb [--runs 5] [--wall] [--server CONNINFO]
 //
 // COMPANY.mdb comes from `generate OUT.mdb --items N --lines M`; a copy of it is installed in a
-// scratch folder (the saves write to the copy). The real window is opened by varemo::start,
-// offscreen, with a desktop that answers no message box (a box fails the run). Floors go
-// through the same Qt SQL connection the program uses, forward-only QSqlQuery, every column read:
+// scratch folder (the saves write to the copy), or with --server an installation that sends the
+// program to that company loaded into a PostgreSQL server (the saves write there). The real window is opened
+// by varemo::start, offscreen, with a desktop that answers no message box (a box fails the run). Floors go
+// through the same Qt SQL connection the program uses, forward-only QSqlQuery, every column read,
+// each statement as the program's translation writes it for the engine:
 // - start-up's chart (the five level tables, the tree, selector 0) against reading Codigo,
 //   Nome and parent code of the five tables;
 // - a view command ("ID_Item" from the accounts, "ID_Conta" from the items) and a save's
@@ -20,7 +22,6 @@
 #include "app/state.h"
 #include "benchsupport.h"
 #include "data/database.h"
-#include "data/dialect.h"
 #include "editor/contas.h"
 #include "editor/tree.h"
 #include "editor/widgets.h"
@@ -105,6 +106,8 @@ struct Figure {
 void print(const Figure& f)
 {
     if (f.floor > 0)
+        bench::printFigure(f.name, f.ms, f.floor);
+    if (f.floor > 0)
         std::printf("%-34s %9.2f ms  piso %9.2f ms  razão %5.2fx  meta %.1fx  %s\n", qPrintable(f.name), f.ms,
             f.floor, f.ms / f.floor, f.target, f.pass() ? "PASS" : "FAIL");
     else
@@ -130,6 +133,7 @@ int main(int argc, char** argv)
         QStringLiteral("N"), QStringLiteral("5")});
     parser.addOption(
         {QStringLiteral("wall"), QStringLiteral("tempo de relógio em vez do tempo de CPU da thread")});
+    bench::addServerOption(parser);
     parser.process(app);
     wallClock = parser.isSet(QStringLiteral("wall"));
     std::printf("tempos: %s\n", wallClock ? "de relógio" : "de CPU da thread (sem a espera do disco)");
@@ -138,8 +142,8 @@ int main(int argc, char** argv)
     const int runs = std::max(1, parser.value(QStringLiteral("runs")).toInt());
 
     QTemporaryDir scratch;
-    const QString program = bench::installCompany(
-        parser.positionalArguments().front(), scratch.path(), bench::CompanyFile::Copy);
+    const QString program = bench::installCompany(parser.positionalArguments().front(), scratch.path(),
+        bench::CompanyFile::Copy, bench::serverOption(parser));
     QuietDesktop desktop;
     QList<Figure> figures;
 
@@ -147,6 +151,7 @@ int main(int argc, char** argv)
     double loadBest = Inf;
     double chartBest = Inf;
     double chartFloor = Inf;
+    QStringList chartSql;
     varemo::AppState state;
     std::unique_ptr<varemo::Contas> window;
     for (int run = 0; run < runs; ++run) {
@@ -163,14 +168,20 @@ int main(int argc, char** argv)
             return 3;
         }
         loadBest = std::min(loadBest, double(timer.nsecsElapsed()) / 1e6);
-        const QSqlDatabase connection = state.database->connection();
-        chartFloor = std::min(chartFloor, millis([&connection] {
-            readAll(connection, QStringLiteral("SELECT Codigo, Nome FROM NivelCategoria0"));
+        // Plain enough to be the same text on both engines, in the server's spelling there.
+        if (chartSql.isEmpty()) {
+            chartSql << bench::engineText(
+                *state.database, QStringLiteral("SELECT Codigo, Nome FROM NivelCategoria0"));
             for (int level = 1; level <= 4; ++level)
-                readAll(connection,
+                chartSql << bench::engineText(*state.database,
                     QStringLiteral("SELECT Codigo, Nome, CodigoCategoria%1 FROM NivelCategoria%2")
                         .arg(level - 1)
                         .arg(level));
+        }
+        const QSqlDatabase connection = state.database->connection();
+        chartFloor = std::min(chartFloor, millis([&connection, &chartSql] {
+            for (const QString& sql : chartSql)
+                readAll(connection, sql);
         }));
         // What the load does for the chart: the five level tables, the tree, selector 0. The
         // old tree goes first, untimed: at start-up there is none.
@@ -201,18 +212,17 @@ int main(int argc, char** argv)
                 && sql.size() > longest.size())
                 longest = sql;
         }
-        return longest;
+        return bench::engineText(*state.database, longest);
     };
 
     // View commands, each from the other level. The floor reads the rows the program asks the
     // engine for; the statement of the level as written (state.sql), ordered by the engine
     // itself, is timed for information.
-    const varemo::dialect::Catalog catalog = varemo::dialect::readCatalog(connection);
     for (const auto& [key, other] : {std::pair {QStringLiteral("ID_Item"), QStringLiteral("ID_Conta")},
              std::pair {QStringLiteral("ID_Conta"), QStringLiteral("ID_Item")}}) {
         contas.tool_click(other);
         const QString sql = joinedSql(key);
-        const QString ordered = varemo::dialect::translate(state.sql, catalog).sql;
+        const QString ordered = bench::floorSql(*state.database, state.sql);
         double best = Inf;
         double floor = Inf;
         for (int run = 0; run < runs; ++run) {

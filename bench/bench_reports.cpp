@@ -3,12 +3,15 @@
 // the same Qt SQL driver.
 //
 //   bench_reports COMPANY.mdb [--chosen 5000] [--runs 5] [--reference-items 50]
-//                 [--reference PYTHON_TREE] [--pdf OUT.pdf]
+//                 [--reference PYTHON_TREE] [--pdf OUT.pdf] [--server CONNINFO]
 //
 // COMPANY.mdb comes from `generate OUT.mdb --items 50000 --lines 1000000`; the items are a fixed
-// random choice among its items, the period the last six months of its sales.
+// random choice among its items, the period the last six months of its sales. With --server,
+// everything runs on that company loaded into a PostgreSQL server instead.
 // - floor: one query summing the period's sale and purchase lines grouped by item and kind,
-//   joined to their documents for the dates, written by hand;
+//   joined to their documents for the dates, written by hand in Jet's words and run as the
+//   program's translation writes it for the engine, forward-only through the program's own
+//   Qt SQL connection;
 // - totals: totals::periodTotals once for the "Receitas" items (sales) and once for the
 //   "Despesas" items (purchases), as the report asks them;
 // - literal: SomaVendas/SomaCompras item by item on the first --reference-items items, scaled
@@ -16,6 +19,7 @@
 // - report: reports::relPersonalTable + reports::layoutReport, every page; then PDF writing once;
 // - reference (optional): the earlier Python program's period_totals on the same items and file.
 // Each time is the best of --runs, the kinds interleaved. Ends with RESULT lines.
+#include "benchsupport.h"
 #include "data/database.h"
 #include "reports/painter.h"
 #include "reports/relpersonal.h"
@@ -50,15 +54,23 @@ using varemo::totals::Totals;
 const QString Receitas = QStringLiteral("Receitas");
 const QString Despesas = QStringLiteral("Despesas");
 
-// The period's lines summed per item and kind, nothing else: no names resolved.
-const QString FloorSql = QStringLiteral(
-    "SELECT 'V', vp.CodigoProduto, vp.CodigoSetor, vp.Produto, SUM(vp.PrecoUnit * vp.QdeComprada), "
-    "SUM(vp.QdeComprada) FROM VendaProdutos vp JOIN Venda v ON v.Codigo = vp.Codigo "
-    "WHERE v.DataDocumento BETWEEN :de AND :ate AND v.Venda = 1 "
-    "GROUP BY vp.CodigoProduto, vp.CodigoSetor, vp.Produto UNION ALL "
-    "SELECT 'C', cp.CodigoProduto, cp.CodigoSetor, cp.Produto, SUM(cp.PrecoUnit * cp.QdeComprada), "
-    "SUM(cp.QdeComprada) FROM CompraProdutos cp JOIN Compra c ON c.Codigo = cp.Codigo "
-    "WHERE c.DataDocumento BETWEEN :de2 AND :ate2 GROUP BY cp.CodigoProduto, cp.CodigoSetor, cp.Produto");
+// The period's lines summed per item and kind, nothing else: no names resolved. In Jet's
+// words, so that each engine runs it as the program's translation writes it.
+QString floorJet(QDate from, QDate to)
+{
+    const QString period = QStringLiteral("DataDocumento BETWEEN #%1# AND #%2#")
+                               .arg(varemo::totals::jetDate(from), varemo::totals::jetDate(to));
+    return QStringLiteral("SELECT 'V', vp.CodigoProduto, vp.CodigoSetor, vp.Produto, "
+                          "SUM(vp.PrecoUnit * vp.QdeComprada), SUM(vp.QdeComprada) FROM VendaProdutos AS vp "
+                          "INNER JOIN Venda AS v ON v.Codigo = vp.Codigo WHERE v.")
+        + period
+        + QStringLiteral(
+            " AND v.Venda = True GROUP BY vp.CodigoProduto, vp.CodigoSetor, vp.Produto UNION ALL "
+            "SELECT 'C', cp.CodigoProduto, cp.CodigoSetor, cp.Produto, "
+            "SUM(cp.PrecoUnit * cp.QdeComprada), SUM(cp.QdeComprada) FROM CompraProdutos AS cp "
+            "INNER JOIN Compra AS c ON c.Codigo = cp.Codigo WHERE c.")
+        + period + QStringLiteral(" GROUP BY cp.CodigoProduto, cp.CodigoSetor, cp.Produto");
+}
 
 double millisOf(const std::function<void()>& timed)
 {
@@ -178,6 +190,7 @@ int main(int argc, char** argv)
     option("reference-items", "itens somados um a um pela rotina literal", "N", "50");
     option("reference", "árvore do programa anterior (Python)", "DIR", "");
     option("pdf", "arquivo PDF a escrever (senão, um temporário)", "OUT", "");
+    bench::addServerOption(parser);
     parser.process(app);
     if (parser.positionalArguments().size() != 1)
         parser.showHelp(2);
@@ -185,13 +198,7 @@ int main(int argc, char** argv)
     const QString company = parser.positionalArguments().front();
     QTemporaryDir scratch;
 
-    auto database = varemo::Database::open(company);
-    QSqlDatabase bare = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("piso"));
-    bare.setDatabaseName(company);
-    if (!bare.open()) {
-        std::fprintf(stderr, "o piso não abriu o arquivo\n");
-        return 2;
-    }
+    auto database = bench::openCompany(company, bench::serverOption(parser));
     const QDate to = database->scalar(QStringLiteral("SELECT MAX(DataDocumento) FROM Venda")).toDate();
     const QDate from = to.addDays(-182);
 
@@ -216,16 +223,11 @@ int main(int argc, char** argv)
         qPrintable(to.toString(QStringLiteral("dd-MM-yyyy"))));
 
     int floorGroups = 0;
+    const QString floorSql = bench::floorSql(*database, floorJet(from, to));
     const auto floor = [&] {
-        QSqlQuery query(bare);
+        QSqlQuery query(database->connection());
         query.setForwardOnly(true);
-        query.prepare(FloorSql);
-        const QString de = from.toString(Qt::ISODate), ate = to.toString(Qt::ISODate);
-        query.bindValue(QStringLiteral(":de"), de);
-        query.bindValue(QStringLiteral(":ate"), ate);
-        query.bindValue(QStringLiteral(":de2"), de);
-        query.bindValue(QStringLiteral(":ate2"), ate);
-        if (!query.exec()) {
+        if (!query.exec(floorSql)) {
             std::fprintf(stderr, "o piso falhou: %s\n", qPrintable(query.lastError().text()));
             std::exit(3);
         }
@@ -315,6 +317,7 @@ int main(int argc, char** argv)
         std::printf("; referência %.1f ms (%.1fx a nossa)", reference, reference / totalsMs);
     std::printf("\nRESULT report: %zu páginas em %.1f ms, razão %.2fx o piso (meta 1.5x); PDF %.0f ms\n",
         document.pages.size(), reportMs, reportMs / floorMs, pdfMs);
-    bare.close();
+    bench::printFigure(QStringLiteral("totais de %1 itens").arg(chosen.size()), totalsMs, floorMs);
+    bench::printFigure(QStringLiteral("relatório de %1 itens").arg(chosen.size()), reportMs, floorMs);
     return mismatches == 0 ? 0 : 1;
 }

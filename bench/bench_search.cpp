@@ -1,26 +1,30 @@
 // Search time: five filled rows, one of them "Qualquer campo", against one bare UPDATE
 // marking the same items, in the same run, through the same Qt SQL driver.
 //
-//   bench_search COMPANY.mdb [--runs 7] [--reference PYTHON_TREE] [--trace]
+//   bench_search COMPANY.mdb [--runs 7] [--reference PYTHON_TREE] [--trace] [--server CONNINFO]
 //
 // COMPANY.mdb comes from `generate OUT.mdb --items 50000 --lines 1000000`; it is copied to a
-// scratch folder first, so the kept file never changes.
+// scratch folder first, so the kept file never changes. With --server the program and the
+// floor run on that company loaded into a PostgreSQL server instead.
 // - program: search::runSearch with the window's preparation done untimed before each run,
 //   as the window does it on opening; its one transaction and commit are timed;
-// - floor: one hand-written UPDATE ... SET Marca = 1 WHERE <the same condition> on its own
-//   connection (autocommit) with the program's text functions installed, so Like and the
-//   comparisons answer exactly as the search's; the marks are cleared untimed first;
-// - the same UPDATE with SQLite's own LIKE and comparisons (not equivalent for accented
-//   capitals; printed only to show what Jet's text rules cost);
+// - floor: one hand-written UPDATE ... SET Marca = True WHERE <the same condition>, in Jet's
+//   words and run as the program's translation writes it for the engine, on a connection of
+//   its own opened as the program opens one (autocommit), so Like and the comparisons answer
+//   exactly as the search's; the marks are cleared untimed first;
+// - on the file, the same UPDATE with SQLite's own LIKE and comparisons (not equivalent for
+//   accented capitals; printed only to show what Jet's text rules cost);
 // - row by row: the markers' rows found and edited one by one, once, and its marks and
 //   scratch table compared with the program's;
 // - reference (optional): the earlier Python program's search on a copy of the same file, its
 //   runs taking turns with the program's.
 // Each time is the best of --runs, the kinds interleaved, as wall-clock time and as the
 // thread's CPU time: on a machine shared with other work a run waits for a core, and the
-// CPU time stays comparable where the wall time does not. --trace prints each statement of
-// the program's last search with its CPU time. Ends with one RESULT line.
+// CPU time stays comparable where the wall time does not (on the server the server's own
+// work is outside this thread's CPU time: there only the wall time compares). --trace prints
+// each statement of the program's last search with its CPU time. Ends with one RESULT line.
 #include "app/state.h"
+#include "benchsupport.h"
 #include "data/database.h"
 #include "data/dialect.h"
 #include "search/marking.h"
@@ -57,26 +61,26 @@ const varemo::search::Rows SearchRows {{
     {QStringLiteral("Conta"), QStringLiteral("contenha"), QStringLiteral("Energia"), QStringLiteral("ou")},
 }};
 
-// The same search by hand: the levels joined once, the combined condition, one UPDATE.
-QString floorSql(bool jetText)
+// The same search by hand: the levels joined once, the combined condition, one UPDATE. In
+// Jet's words (each engine runs it as the program's translation writes it for that engine),
+// or, for comparison on the file only, in SQLite's with its plain LIKE and text comparisons.
+QString floorText(bool jet)
 {
     const auto like = [&](const char* column, const char* content) {
-        return jetText
-            ? QStringLiteral("jet_like(%1, '*%2*')").arg(QLatin1String(column), QString::fromUtf8(content))
-            : QStringLiteral("%1 LIKE '%%2%'").arg(QLatin1String(column), QString::fromUtf8(content));
+        return jet ? QStringLiteral("%1 Like '*%2*'").arg(QLatin1String(column), QString::fromUtf8(content))
+                   : QStringLiteral("%1 LIKE '%%2%'").arg(QLatin1String(column), QString::fromUtf8(content));
     };
-    const QString collate = jetText ? QStringLiteral(" COLLATE JETTEXT") : QString();
-    return QStringLiteral("UPDATE NivelCategoria4 SET Marca = 1 WHERE Codigo IN (SELECT n4.Codigo "
-                          "FROM NivelCategoria4 AS n4 "
-                          "LEFT JOIN NivelCategoria3 AS n3 ON n3.Codigo = n4.CodigoCategoria3 "
-                          "LEFT JOIN NivelCategoria2 AS n2 ON n2.Codigo = n3.CodigoCategoria2 "
-                          "LEFT JOIN NivelCategoria1 AS n1 ON n1.Codigo = n2.CodigoCategoria1 "
+    return QStringLiteral("UPDATE NivelCategoria4 SET Marca = %1 WHERE Codigo IN (SELECT n4.Codigo "
+                          "FROM (((NivelCategoria4 AS n4 "
+                          "LEFT JOIN NivelCategoria3 AS n3 ON n3.Codigo = n4.CodigoCategoria3) "
+                          "LEFT JOIN NivelCategoria2 AS n2 ON n2.Codigo = n3.CodigoCategoria2) "
+                          "LEFT JOIN NivelCategoria1 AS n1 ON n1.Codigo = n2.CodigoCategoria1) "
                           "LEFT JOIN NivelCategoria0 AS n0 ON n0.Codigo = n1.CodigoCategoria0 WHERE (")
+               .arg(jet ? QStringLiteral("True") : QStringLiteral("1"))
         + like("n4.Nome", "Pão") + QStringLiteral(" OR ") + like("n3.Nome", "Pão") + QStringLiteral(" OR ")
         + like("n2.Nome", "Pão") + QStringLiteral(" OR ") + like("n1.Nome", "Pão") + QStringLiteral(" OR ")
-        + like("n0.Nome", "Pão") + QStringLiteral(") OR n0.Nome = 'Despesas'") + collate
-        + QStringLiteral(" AND NOT ") + like("n4.Nome", "2") + QStringLiteral(" AND n1.Nome > 'Despesas F'")
-        + collate + QStringLiteral(" OR ") + like("n3.Nome", "Energia") + QLatin1Char(')');
+        + like("n0.Nome", "Pão") + QStringLiteral(") OR n0.Nome = 'Despesas' AND NOT ") + like("n4.Nome", "2")
+        + QStringLiteral(" AND n1.Nome > 'Despesas F' OR ") + like("n3.Nome", "Energia") + QLatin1Char(')');
 }
 
 double threadCpuMillis()
@@ -130,8 +134,13 @@ QStringList rowsOf(QSqlDatabase& connection, const QString& sql)
     return rows;
 }
 
-const QString MarkedItems = QStringLiteral("SELECT Codigo FROM NivelCategoria4 WHERE Marca ORDER BY Codigo");
-const QString ScratchRows = QStringLiteral("SELECT * FROM Procura ORDER BY Codigo");
+const QString MarkedItems
+    = QStringLiteral("SELECT Codigo FROM NivelCategoria4 WHERE Marca = True ORDER BY Codigo");
+// DISTINCT (each item is once in Procura) keeps the translation from adding each row's handle,
+// which the server numbers anew on every fill.
+const QString ScratchRows = QStringLiteral(
+    "SELECT DISTINCT Codigo, Marca, Marca1, Marca2, Marca3, Marca4, Marca5 FROM Procura ORDER BY Codigo");
+const QString ClearMarks = QStringLiteral("UPDATE NivelCategoria4 SET Marca = False WHERE Marca = True");
 
 // The earlier Python program's search on its own copy of the file, one search per request, so
 // its runs take turns with the program's under the same load.
@@ -205,6 +214,7 @@ int main(int argc, char** argv)
         QStringLiteral("DIR")});
     parser.addOption(
         {QStringLiteral("trace"), QStringLiteral("cada instrução da última procura, com seu tempo")});
+    bench::addServerOption(parser);
     parser.process(app);
     if (parser.positionalArguments().size() != 1)
         parser.showHelp(2);
@@ -218,15 +228,16 @@ int main(int argc, char** argv)
     }
 
     varemo::AppState state;
-    state.database = varemo::Database::open(company);
-    QSqlDatabase bare = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("piso"));
-    bare.setDatabaseName(company);
-    if (!bare.open()) {
-        std::fprintf(stderr, "o piso não abriu o arquivo\n");
-        return 2;
-    }
-    varemo::dialect::install(bare);
-    const int items = rowsOf(bare, QStringLiteral("SELECT COUNT(*) FROM NivelCategoria4")).value(0).toInt();
+    const auto server = bench::serverOption(parser);
+    state.database = bench::openCompany(company, server);
+    // The floor's own connection, opened as the program opens one: on the file with our text
+    // functions and collation, on the server with the functions each connection creates.
+    const auto floorDatabase = bench::openCompany(company, server);
+    QSqlDatabase bare = floorDatabase->connection();
+    const int items = floorDatabase->scalar(QStringLiteral("SELECT Count(*) FROM NivelCategoria4")).toInt();
+    const QString markedItems = bench::floorSql(*floorDatabase, MarkedItems);
+    const QString scratchRows = bench::floorSql(*floorDatabase, ScratchRows);
+    const QString floorJet = bench::floorSql(*floorDatabase, floorText(true));
 
     varemo::search::Prepared prepared;
     const auto search = [&](varemo::search::Marking marking) {
@@ -235,9 +246,9 @@ int main(int argc, char** argv)
         return timesOf(
             [&] { varemo::search::runSearch(state, SearchRows, prepared.procura.get(), marking); });
     };
-    const auto floor = [&](bool jetText) {
-        run(bare, QStringLiteral("UPDATE NivelCategoria4 SET Marca = 0 WHERE Marca = 1"));
-        return timesOf([&] { run(bare, floorSql(jetText)); });
+    const auto floor = [&](const QString& sql) {
+        floorDatabase->execute(ClearMarks);
+        return timesOf([&] { run(bare, sql); });
     };
 
     const QString tree = parser.value(QStringLiteral("reference"));
@@ -248,7 +259,7 @@ int main(int argc, char** argv)
         python = std::make_unique<Reference>(tree, copy);
     }
 
-    Times program, floorJet, floorPlain, reference;
+    Times program, floorTimes, floorPlain, reference;
     QStringList programMarks;
     QStringList programScratch;
     int hits = 0;
@@ -265,19 +276,20 @@ int main(int argc, char** argv)
         program.keepBest(search(varemo::search::Marking::Fast));
         state.database->statementHook = nullptr;
         hits = state.searchResult;
-        programMarks = rowsOf(bare, MarkedItems);
-        programScratch = rowsOf(bare, ScratchRows);
-        floorJet.keepBest(floor(true));
-        floorPlain.keepBest(floor(false));
+        programMarks = rowsOf(bare, markedItems);
+        programScratch = rowsOf(bare, scratchRows);
+        floorTimes.keepBest(floor(floorJet));
+        if (!server)
+            floorPlain.keepBest(floor(floorText(false)));
         if (python && !python->run(reference))
             python.reset();
     }
-    floor(true);
-    const bool floorSame = rowsOf(bare, MarkedItems) == programMarks;
+    floor(floorJet);
+    const bool floorSame = rowsOf(bare, markedItems) == programMarks;
 
     const double rowByRow = search(varemo::search::Marking::RowByRow).wall;
-    const bool rowByRowSame = state.searchResult == hits && rowsOf(bare, MarkedItems) == programMarks
-        && rowsOf(bare, ScratchRows) == programScratch;
+    const bool rowByRowSame = state.searchResult == hits && rowsOf(bare, markedItems) == programMarks
+        && rowsOf(bare, scratchRows) == programScratch;
     prepared = {};
 
     std::printf("%d itens, 5 critérios (um \"Qualquer campo\"), %d encontrados\n", items, hits);
@@ -286,11 +298,12 @@ int main(int argc, char** argv)
             qPrintable(trace.join(QLatin1Char('\n'))));
     std::printf("                                    relógio       CPU\n");
     std::printf("programa (runSearch):              %8.1f ms %8.1f ms\n", program.wall, program.cpu);
-    std::printf("piso (um UPDATE, texto como o Jet): %8.1f ms %8.1f ms  marcas iguais: %s\n", floorJet.wall,
-        floorJet.cpu, floorSame ? "sim" : "NÃO");
-    std::printf(
-        "UPDATE com LIKE do SQLite:          %8.1f ms %8.1f ms  (não equivalente; só para comparar)\n",
-        floorPlain.wall, floorPlain.cpu);
+    std::printf("piso (um UPDATE, texto como o Jet): %8.1f ms %8.1f ms  marcas iguais: %s\n", floorTimes.wall,
+        floorTimes.cpu, floorSame ? "sim" : "NÃO");
+    if (!server)
+        std::printf(
+            "UPDATE com LIKE do SQLite:          %8.1f ms %8.1f ms  (não equivalente; só para comparar)\n",
+            floorPlain.wall, floorPlain.cpu);
     std::printf("linha a linha (uma vez):            %8.1f ms  marcas e Procura iguais: %s\n", rowByRow,
         rowByRowSame ? "sim" : "NÃO");
 
@@ -300,12 +313,13 @@ int main(int argc, char** argv)
 
     std::printf("RESULT search: programa %.1f ms (CPU %.1f), piso %.1f ms (CPU %.1f), melhor de %d, "
                 "razão %.2fx (CPU %.2fx, meta 2x)",
-        program.wall, program.cpu, floorJet.wall, floorJet.cpu, runs, program.wall / floorJet.wall,
-        program.cpu / floorJet.cpu);
+        program.wall, program.cpu, floorTimes.wall, floorTimes.cpu, runs, program.wall / floorTimes.wall,
+        program.cpu / floorTimes.cpu);
     if (reference.wall < Never)
         std::printf(", referência %.1f ms (CPU %.1f): programa/referência %.2f (CPU %.2f)", reference.wall,
             reference.cpu, program.wall / reference.wall, program.cpu / reference.cpu);
     std::printf("\n");
-    bare.close();
+    // On the server most of the work is the server's, outside this thread's CPU time.
+    bench::printFigure(QStringLiteral("procura de cinco linhas"), program.wall, floorTimes.wall);
     return floorSame && rowByRowSame ? 0 : 1;
 }

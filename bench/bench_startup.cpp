@@ -1,6 +1,7 @@
 // Start-up time and peak memory: the program against a bare Qt window, in the same run.
 //
-//   bench_startup [--repeat 9] [--program DIR | --company FILE.mdb] [--reference PYTHON_TREE]
+//   bench_startup [--repeat 9] [--program DIR | --company FILE.mdb [--server CONNINFO]]
+//                 [--reference PYTHON_TREE]
 //
 // Each measurement is a fresh process timed from its launch until its window is exposed
 // (offscreen platform), so process start, libraries and QApplication count in both:
@@ -11,7 +12,8 @@
 //   program's with every row in memory, the figure to hold against the reference's;
 // - reference (optional): the earlier Python program's own child, on the same program folder.
 // The company is the demo, an installed program folder, or a company file (from `generate`)
-// installed in a scratch folder. Each child's peak resident memory is its maximum RSS as the
+// installed in a scratch folder (with --server, an installation sending the program to the
+// company loaded into that server). Each child's peak resident memory is its maximum RSS as the
 // kernel reports it when the child is reaped. The kinds alternate after one unmeasured warm-up
 // round; medians and ratios are printed, ending with one RESULT line.
 #include "app/qtdesktop.h"
@@ -221,6 +223,7 @@ int main(int argc, char** argv)
     parser.addOption({QStringLiteral("reference"),
         QStringLiteral("árvore do programa anterior (Python), medida no mesmo arquivo"),
         QStringLiteral("DIR")});
+    bench::addServerOption(parser);
     parser.process(app);
     const int repeat = std::max(1, parser.value(QStringLiteral("repeat")).toInt());
 
@@ -228,8 +231,8 @@ int main(int argc, char** argv)
     QString program = parser.value(QStringLiteral("program"));
     const QString company = parser.value(QStringLiteral("company"));
     if (!company.isEmpty()) {
-        program = bench::installCompany(
-            company, scratch.filePath(QStringLiteral("empresa")), bench::CompanyFile::Link);
+        program = bench::installCompany(company, scratch.filePath(QStringLiteral("empresa")),
+            bench::CompanyFile::Link, bench::serverOption(parser));
     } else if (program.isEmpty()) {
         QElapsedTimer built;
         built.start();
@@ -302,5 +305,7 @@ int main(int argc, char** argv)
             wholeMb / refMb <= 0.5 ? "PASS" : "FAIL");
     }
     std::printf("\n");
+    bench::printFigure(QStringLiteral("abertura (mediana)"), ours, base);
+    bench::printFigure(QStringLiteral("abertura, tudo lido (mediana)"), median(kinds[2].millis), base);
     return 0;
 }
