@@ -240,6 +240,12 @@ void ChartTree::updateIndicator(int level, qint64 code)
                                                              : QTreeWidgetItem::ShowIndicator);
 }
 
+bool ChartTree::contains(int level, qint64 code)
+{
+    ensureIndexed();
+    return entry(level, code) != nullptr;
+}
+
 void ChartTree::place(int level, qint64 code, const QString& name, qint64 parent)
 {
     ensureIndexed();

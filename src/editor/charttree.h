@@ -43,6 +43,8 @@ public:
     // The node of a key, made with its ancestors' children when not made yet; nullptr when
     // the chart has no such node.
     QTreeWidgetItem* node(const QString& key);
+    // Whether the chart holds the row.
+    bool contains(int level, qint64 code);
     // Makes the children of a node, once.
     void fill(QTreeWidgetItem* item);
 

@@ -235,6 +235,8 @@ private:
     void saveLevelPage(QList<SavedRow>& rows);
     qint32 codeOf(int level, const QString& name, qint32 parent);
     qint32 findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows);
+    // A row the save found that another workstation wrote after the tree was made.
+    void noteFound(int level, const Recordset& table, qint32 parent, QList<SavedRow>& rows) const;
     void placeInTree(const SavedRow& row);
     void refreshAfterSave();
     bool placeSavedRow(int level);

@@ -144,8 +144,17 @@ qint32 Contas::findOrAdd(int level, const QString& name, qint32 parent, QList<Sa
         table.update();
         findNamed(table, level, name, parent, true);
         rows.append({level, table.value(QStringLiteral("Codigo")).toInt(), name, parent});
+    } else {
+        noteFound(level, table, parent, rows);
     }
     return table.value(QStringLiteral("Codigo")).toInt();
+}
+
+void Contas::noteFound(int level, const Recordset& table, qint32 parent, QList<SavedRow>& rows) const
+{
+    const qint32 code = currentCode(table);
+    if (m_tree && code != 0 && !m_tree->contains(level, code))
+        rows.append({level, code, table.value(QStringLiteral("Nome")).toString(), parent});
 }
 
 void Contas::saveHierarchy(QList<SavedRow>& rows)
@@ -166,6 +175,7 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
     freshenChildren(database(), items, 4, parent);
     if (EmInclusao) {
         if (findNamed(items, 4, name, parent)) {
+            noteFound(4, items, parent, rows);
             CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
             Gravou = true;
             m_desktop.msgbox(
@@ -212,6 +222,7 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
     freshenChildren(database(), table, level, parent);
     if (EmInclusao) {
         if (findNamed(table, level, name, parent)) {
+            noteFound(level, table, parent, rows);
             CodigoGravado = table.value(QStringLiteral("Codigo")).toInt();
             Gravou = true;
             m_desktop.msgbox(QStringLiteral("Este registro já existe no plano de contas."), vb::Information,

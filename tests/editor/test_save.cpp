@@ -60,6 +60,11 @@ private slots:
             "0 4 Registro 4/10 Energia/Gás|3 4 6 7 10");
         row("missing account is made", "", rooms + "Telefone/Celular clear ID_Gravar",
             "0 4 Registro 4/10 Telefone/Celular|3 4 6 8 10");
+        row("same item just made by another workstation, account and all", "",
+            "n8N4 $INSERT_INTO_NivelCategoria3_VALUES_(8,_'Telefone',_5) "
+            "$INSERT_INTO_NivelCategoria4_VALUES_(10,_'Celular',_8,_0,_0) "
+                + rooms + "Telefone/Celular clear ID_Gravar",
+            "0 4 Registro 4/10 Telefone/Celular [Item existente]|Este item já existe./64|3 4 6 8 10");
         row("same item under the same account", "", rooms + "Energia/Conta_de_luz clear ID_Gravar",
             "0 4 Registro 3/9 Energia/Conta de luz [Item existente]|Este item já existe./64");
         // Blank and quoted names alone are the typed-text suite's; here a bad item must also
