@@ -146,12 +146,13 @@ ServerEngine::ServerEngine(const QSqlDatabase& connection)
     if (!m_connection)
         throw StorageBug("the QPSQL driver gave no libpq connection");
     // Jet's "&" joins any two values as text, a Null side as an empty text unless both are
-    // Null, and writes a fraction with a decimal comma as a Brazilian machine does. The
-    // server's concat() would write "420.5". Kept with the connection (pg_temp) rather than
-    // in the company, so that a company moved to the server earlier needs nothing added and
-    // a user without the right to create objects there can still run it. Two independent
-    // polymorphic kinds let each side keep its own type; PL/pgSQL, so that the cast to
-    // numeric is only ever tried on a number.
+    // Null, writes a fraction with a decimal comma as a Brazilian machine does and a
+    // comparison as the 1 or 0 the file holds. The server's concat() would write "420.5" and
+    // "true". Kept with the connection (pg_temp) rather than in the company, so that a
+    // company moved to the server earlier needs nothing added and a user without the right
+    // to create objects there can still run it. Two independent polymorphic kinds let each
+    // side keep its own type; PL/pgSQL, so that the cast to numeric is only ever tried on a
+    // number.
     execute(QStringLiteral(
                 "CREATE FUNCTION pg_temp.jet_concat(a anyelement, b anycompatible) RETURNS text "
                 "LANGUAGE plpgsql STABLE AS $$ "
@@ -162,6 +163,10 @@ ServerEngine::ServerEngine(const QSqlDatabase& connection)
                 "left_text := replace(trim_scale(a::numeric)::text, '.', ','); END IF; "
                 "IF pg_typeof(b) IN ('real'::regtype, 'double precision'::regtype, 'numeric'::regtype) THEN "
                 "right_text := replace(trim_scale(b::numeric)::text, '.', ','); END IF; "
+                "IF pg_typeof(a) = 'boolean'::regtype THEN "
+                "left_text := CASE WHEN a::text = 'true' THEN '1' ELSE '0' END; END IF; "
+                "IF pg_typeof(b) = 'boolean'::regtype THEN "
+                "right_text := CASE WHEN b::text = 'true' THEN '1' ELSE '0' END; END IF; "
                 "RETURN concat(left_text, right_text); "
                 "END $$"),
         {}, {});

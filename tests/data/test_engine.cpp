@@ -79,6 +79,9 @@ private slots:
             "SELECT PrecoUnit & '' AS Preco FROM CompraProdutos WHERE CodigoProduto = 8", "420,5", "Preco");
         row("& of two Nulls is Null", "",
             "SELECT Travado & Travado AS Nada FROM NivelCategoria1 WHERE Codigo = 3", "<Null>", "Nada");
+        row("& writes dates and Yes/No as the file holds them", "",
+            "SELECT DataDocumento & ' ' & Venda & ' ' & (Codigo > 2) AS Texto FROM Venda WHERE Codigo = 2",
+            "2026-03-15 1 0", "Texto");
         row("/ keeps the fraction", "", "SELECT Codigo / 2 AS Metade FROM NivelCategoria0 WHERE Codigo = 3",
             "1.5", "Metade");
         row("dates and Yes/No", "",
