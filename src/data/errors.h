@@ -57,6 +57,13 @@ inline constexpr qint32 DiskOrNetwork = 3043;
 inline constexpr qint32 QueryTooComplex = 3360;
 inline constexpr qint32 InvalidStatement = 3129;
 inline constexpr qint32 ServerConnectionFailed = 3151;
+inline constexpr qint32 RecordDeleted = 3167;
 } // namespace jet
+
+// A row deleted, by another workstation, after it was read.
+inline JetError recordDeleted()
+{
+    return JetError(jet::RecordDeleted, QStringLiteral("O registro foi excluído."));
+}
 
 } // namespace varemo

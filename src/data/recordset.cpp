@@ -11,11 +11,6 @@ JetError noCurrentRecord()
     return JetError(jet::NoCurrentRecord, QStringLiteral("Nenhum registro atual."));
 }
 
-JetError recordDeleted()
-{
-    return JetError(3167, QStringLiteral("O registro foi excluído."));
-}
-
 JetError withoutEdit()
 {
     return JetError(jet::UpdateWithoutEdit,

@@ -184,7 +184,9 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
         }
         items.addNew();
     } else {
-        items.findFirst(QStringLiteral("Codigo = ") + QString::number(edited));
+        // Another workstation may have deleted it since the window showed it.
+        if (!items.findFirst(QStringLiteral("Codigo = ") + QString::number(edited)))
+            throw recordDeleted();
         items.edit();
     }
     items.setValue(QStringLiteral("Nome"), name);
@@ -231,7 +233,8 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
         }
         table.addNew();
     } else {
-        table.findFirst(QStringLiteral("Codigo = ") + QString::number(edited));
+        if (!table.findFirst(QStringLiteral("Codigo = ") + QString::number(edited)))
+            throw recordDeleted();
         table.edit();
     }
     table.setValue(QStringLiteral("Nome"), name);

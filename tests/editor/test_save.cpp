@@ -90,6 +90,11 @@ private slots:
         row("existing account", "", "n8N4 ID_Conta ID_Incluir ~Energia clear ID_Gravar",
             "1 3 Registro 2/7 Ocupação/Energia [Registro já existente]|Este registro já existe no plano de "
             "contas./64");
+        row("item deleted by another workstation while changed here", "",
+            "n8N4 ID_Alterar $DELETE_FROM_NivelCategoria4_WHERE_Codigo_=_8 ~Luz clear ID_Gravar",
+            "Alterar 010 000011 00|Alterando Registro|0 4 Registro 3/9 Energia/Luz [Tratamento de "
+            "Erros]|Erro no "
+            "Programa Plano de Contas/16|3 4 6 7 8");
         row("account renamed", "", "n8N4 ID_Conta ID_Alterar ~Água_e_luz clear ID_Gravar",
             "1 3 Registro 1/7 Ocupação/Água e luz");
         del("product item", "", 4, 4,
