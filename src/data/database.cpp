@@ -363,7 +363,7 @@ QueryResult Database::Private::query(const QString& sql, const Row& parameters, 
     bool firstRowOnly, bool rowidLast, RowStore* into)
 {
     if (server) {
-        QueryResult result = server->query(sql, parameters, original, firstRowOnly, rowidLast);
+        QueryResult result = server->query(sql, parameters, original, firstRowOnly, rowidLast, into);
         if (owner->statementHook)
             owner->statementHook(sql);
         return result;

@@ -56,8 +56,7 @@ struct Database::Private {
     void endWait() noexcept;
 
     // With rowidLast, the statement's last column goes to `rowids` instead of the rows. With
-    // `into`, the embedded engine packs the rows there instead of into `rows` (a server still
-    // hands them over in `rows`).
+    // `into`, the engine packs the rows there instead of into `rows`.
     QueryResult query(const QString& sql, const Row& parameters, const QString& original,
         bool firstRowOnly = false, bool rowidLast = false, RowStore* into = nullptr);
     // Runs a statement that returns no rows; the rows it changed.

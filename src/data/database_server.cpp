@@ -1,10 +1,13 @@
+#include "data/recordset_rows.h"
 #include "data/schema.h"
 #include "data/server_p.h"
 
 #include <QDate>
 #include <QDateTime>
 #include <QSqlDriver>
+#include <QStringDecoder>
 
+#include <bit>
 #include <libpq-fe.h>
 #include <vector>
 
@@ -68,6 +71,48 @@ QVariant valueOf(const PGresult* result, int row, int column, Oid type, bool yes
     default:
         return QVariant(textOf(result, row, column));
     }
+}
+
+// A value packed straight into a recordset's rows, as the embedded engine packs its own: no
+// QVariant per cell, and a text decoded into a buffer kept from cell to cell, so only a text
+// the rows have not seen yet is copied. The rarer kinds go through valueOf.
+RowStore::Cell cellOf(const PGresult* result, int row, int column, Oid type, bool yesNo, RowStore& rows,
+    QStringDecoder& decoder, QString& buffer)
+{
+    if (PQgetisnull(result, row, column))
+        return {};
+    const char* text = PQgetvalue(result, row, column);
+    const int length = PQgetlength(result, row, column);
+    switch (type) {
+    case BoolOid:
+        return {RowStore::Kind::Boolean, text[0] == 't' ? 1U : 0U};
+    case Int2Oid:
+    case Int4Oid:
+    case Int8Oid:
+    case OidOid: {
+        const qlonglong number = QByteArray::fromRawData(text, length).toLongLong();
+        if (yesNo)
+            return {RowStore::Kind::Boolean, number != 0 ? 1U : 0U};
+        return {RowStore::Kind::Integer, static_cast<quint64>(number)};
+    }
+    case Float4Oid:
+    case Float8Oid:
+    case NumericOid:
+        return {
+            RowStore::Kind::Real, std::bit_cast<quint64>(QByteArray::fromRawData(text, length).toDouble())};
+    case DateOid:
+    case TimestampOid:
+    case TimestampTzOid:
+    case ByteaOid:
+        return rows.encode(column, valueOf(result, row, column, type, yesNo));
+    default:
+        break;
+    }
+    // UTF-8 never takes fewer bytes than UTF-16 takes code units.
+    if (buffer.size() < length)
+        buffer.resize(length);
+    const QChar* end = decoder.appendToBuffer(buffer.data(), QByteArrayView(text, length));
+    return rows.textCell(column, QStringView(buffer.constData(), end - buffer.constData()));
 }
 
 // A parameter as the text the server reads into the column's type; booleans as Jet's
@@ -230,8 +275,8 @@ const ServerEngine::Field* ServerEngine::fieldOf(unsigned int table, int column)
     return field == found->cend() ? nullptr : &*field;
 }
 
-QueryResult ServerEngine::query(
-    const QString& sql, const Row& parameters, const QString& shown, bool firstRowOnly, bool rowidLast)
+QueryResult ServerEngine::query(const QString& sql, const Row& parameters, const QString& shown,
+    bool firstRowOnly, bool rowidLast, RowStore* into)
 {
     const Result result = execute(sql, parameters, shown);
     QueryResult out;
@@ -248,6 +293,23 @@ QueryResult ServerEngine::query(
     }
     const int rows = firstRowOnly ? std::min(1, PQntuples(result.handle)) : PQntuples(result.handle);
     const int cells = rowidLast ? width - 1 : width;
+    if (into) {
+        into->setColumns(cells);
+        // A text that begins with a byte-order mark keeps it, as the file's engine keeps it.
+        QStringDecoder decoder(
+            QStringDecoder::Utf8, QStringDecoder::Flag::Stateless | QStringDecoder::Flag::ConvertInitialBom);
+        QString buffer;
+        for (int r = 0; r < rows; ++r) {
+            into->beginRow();
+            for (int c = 0; c < cells; ++c)
+                into->put(c,
+                    cellOf(result.handle, r, c, types[static_cast<size_t>(c)], yesNo[static_cast<size_t>(c)],
+                        *into, decoder, buffer));
+            if (rowidLast)
+                out.rowids.append(QByteArray(PQgetvalue(result.handle, r, cells)).toLongLong());
+        }
+        return out;
+    }
     out.rows.reserve(rows);
     for (int r = 0; r < rows; ++r) {
         Row row;

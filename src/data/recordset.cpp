@@ -168,7 +168,6 @@ void Recordset::Private::load()
         describe(result);
     fresh.setColumns(static_cast<int>(fields.size()));
     rows = std::move(fresh);
-    take(result.rows);
     ids.clear();
     if (withRowid) {
         ids = std::move(result.rowids);
@@ -215,7 +214,6 @@ void Recordset::Private::readSlice(int count)
         if (fields.isEmpty())
             describe(result);
         rows.setColumns(static_cast<int>(fields.size()));
-        take(result.rows);
     } catch (...) {
         // The slice is read again whole by the next attempt.
         rows.truncate(before);
@@ -242,17 +240,6 @@ void Recordset::Private::readSlice(int count)
     deletedCurrent = false;
     mode = EditMode::None;
     buffer.clear();
-}
-
-// A server hands its rows over as QVariant rows (the embedded engine packs them itself): each
-// goes into the compact rows and is freed at once, so a read is never held twice.
-void Recordset::Private::take(QList<Row>& read)
-{
-    for (Row& row : read) {
-        rows.append(row);
-        row = Row();
-    }
-    read = QList<Row>();
 }
 
 void Recordset::Private::complete()

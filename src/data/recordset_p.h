@@ -79,7 +79,6 @@ struct Recordset::Private {
     void describe(const QueryResult& result);
     void load();
     void readSlice(int count);
-    void take(QList<Row>& read);
     void complete();
     void applyTextOrder();
     void changed();

@@ -19,8 +19,9 @@ class ServerEngine {
 public:
     explicit ServerEngine(const QSqlDatabase& connection);
 
-    QueryResult query(
-        const QString& sql, const Row& parameters, const QString& shown, bool firstRowOnly, bool rowidLast);
+    // With `into`, the rows are packed there instead of into the result's `rows`.
+    QueryResult query(const QString& sql, const Row& parameters, const QString& shown, bool firstRowOnly,
+        bool rowidLast, RowStore* into = nullptr);
     // An INSERT also reads back the rowid of the (last) row it added, as SQLite keeps it.
     int run(const QString& sql, const Row& parameters, const QString& shown);
     qint64 lastInsertRowid() const { return m_lastRowid; }
