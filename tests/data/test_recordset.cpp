@@ -1,7 +1,9 @@
 #include "data/database.h"
 #include "support/company.h"
+#include "support/pgserver.h"
 #include "support/testregistry.h"
 
+#include <QDate>
 #include <QTest>
 
 #include <functional>
@@ -75,9 +77,8 @@ QString where(const Recordset& rs)
 class TestRecordset : public QObject {
     Q_OBJECT
 private slots:
-    // "step -> where it stands", or "-> !number" for a failure. The random model walks every
-    // other way; these pin the failures' numbers, finds through the number index (in the
-    // recordset's order, on a Yes/No, on a join) and bookmarks and the index after writes.
+    // "step -> where it stands", or "-> !number" for a failure: the failures' numbers, finds
+    // through the number index, and bookmarks and the index after writes.
     void steps_data()
     {
         QTest::addColumn<QString>("source");
@@ -134,9 +135,7 @@ private slots:
         QCOMPARE(done.join(QStringLiteral("; ")), steps);
     }
     // Rows left for later and read in slices, or by a first use, come as one read gives them:
-    // the same rows, bookmarks and order, ties included, and a table stays writable. Texts read
-    // back as stored whether a column's repeats are shared or not (a column that turns to
-    // different texts stops being shared part way), Null and empty kept apart.
+    // the same rows, bookmarks and order, ties included, and a table stays writable.
     void readLater_data()
     {
         QTest::addColumn<QString>("source");
@@ -170,12 +169,6 @@ private slots:
         const bool table = source == QLatin1String("NivelCategoria4");
         const RecordsetType type = table ? RecordsetType::Table : RecordsetType::Dynaset;
         const auto whole = db->openRecordset(source, type);
-        if (table) // the texts as stored, read past the data layer
-            QCOMPARE(column(*whole, QStringLiteral("Nome")).join('|'),
-                company
-                    .scalar("SELECT group_concat(coalesce(Nome, '<Null>'), '|') FROM (SELECT Nome FROM "
-                            "NivelCategoria4 ORDER BY Codigo)")
-                    .toString());
         const auto later = Recordset::openLater(*db, source, type, keyField);
         if (!keyField.isEmpty()) {
             whole->sortByText(itemOrder);
@@ -207,10 +200,8 @@ private slots:
         }
     }
 
-    // Rows sorted in memory come in the order the engine's ORDER BY gives them, read again too,
-    // and names in the order a user expects (when given): an accent beside its letter, case never
-    // apart, the shorter first. Names that differ in case only are equal to the engine, which
-    // gives them in no fixed order: none here. An item whose account is gone comes first.
+    // Rows sorted in memory come as the engine's ORDER BY gives them, read again too; names (when
+    // given) with an accent beside its letter, case never apart, the shorter first; orphans first.
     void sortedAsTheEngine_data()
     {
         QTest::addColumn<QStringList>("items");
@@ -249,6 +240,51 @@ private slots:
         db->execute(inserts.last());
         sorted->requery();
         QCOMPARE(column(*sorted, code), column(*db->openRecordset(ordered), code));
+    }
+    // Each cell is packed by its kind and reads back as the engine gave it, whole or in slices.
+    void cellsReadBack_data()
+    {
+        QTest::addColumn<QString>("type");
+        QTest::addColumn<QVariantList>("values");
+        QTest::newRow("mistura") << QString()
+                                 << QVariantList {1LL, "um", {}, -7LL, "", "um", 2.5, QByteArray("\0x", 2)};
+        QTest::newRow("datas") << QStringLiteral("DATE")
+                               << QVariantList {QDate(2024, 2, 29), {}, QDate(1899, 12, 30)};
+        QTest::newRow("sim e não") << QStringLiteral("BIT") << QVariantList {true, false, {}};
+        // Past a thousand texts, a column of mostly new ones is no longer looked up.
+        QVariantList texts {QString(70000, QLatin1Char('a')) + "é"};
+        for (int i = 0; i < 3000; ++i)
+            texts << QStringLiteral("nome %1").arg(i % 3 == 0 ? 0 : i % 1500);
+        QTest::newRow("textos") << QString() << texts;
+    }
+    void cellsReadBack()
+    {
+        QFETCH(QString, type);
+        QFETCH(QVariantList, values);
+        if (test::onServer())
+            QSKIP("a column of mixed kinds is the embedded engine's");
+        TestCompany company;
+        const auto db = openAfter(
+            company, {QStringLiteral("CREATE TABLE Mistura (Id INTEGER PRIMARY KEY, Valor %1)").arg(type)});
+        const auto whole = db->openRecordset(QStringLiteral("Mistura"));
+        const auto check = [&values](const Recordset& rows) {
+            QCOMPARE(rows.recordCount(), int(values.size()));
+            for (int i = 0; i < values.size(); ++i)
+                QCOMPARE(std::pair(rows.cell(i, 1).typeId(), rows.cell(i, 1)),
+                    std::pair(values.at(i).typeId(), values.at(i)));
+        };
+        UnitOfWork writing(*db);
+        for (const QVariant& value : std::as_const(values)) {
+            whole->addNew();
+            whole->setValue(QStringLiteral("Valor"), value);
+            whole->update();
+        }
+        writing.commit();
+        whole->requery();
+        check(*whole);
+        const auto sliced = Recordset::openLater(*db, QStringLiteral("Mistura"));
+        while (!sliced->readMore(7)) { }
+        check(*sliced);
     }
 };
 
