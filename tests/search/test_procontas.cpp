@@ -1,3 +1,4 @@
+#include "search/marking.h"
 #include "search/procontas.h"
 #include "searchfixture.h"
 #include "support/testregistry.h"
@@ -11,10 +12,98 @@
 using namespace varemo;
 using test::OpenCompany;
 
+namespace {
+
+// "Campo|Criterio|Conteudo|Chave" per row, rows joined by ";"; missing rows stay empty.
+search::Rows rowsOf(const QString& text)
+{
+    search::Rows rows;
+    rows.fill({search::QualquerCampo, QStringLiteral("contenha"), QString(), search::EO});
+    const QStringList given = text.split(QLatin1Char(';'));
+    for (qsizetype i = 0; i < given.size(); ++i) {
+        const QStringList cells = given[i].split(QLatin1Char('|'));
+        rows[std::size_t(i)] = {cells.value(0), cells.value(1), cells.value(2), cells.value(3, search::EO)};
+    }
+    return rows;
+}
+
+} // namespace
+
+// The search: the items each one marks, and the window that asks for it.
 class TestProContas : public QObject {
     Q_OBJECT
 
 private slots:
+    // The items each search marks; the row-by-row markers leave the very same scratch table. On
+    // the demo company ("?": not pinned), items whose chain breaks compare Null above the break.
+    void marksItems_data()
+    {
+        QTest::addColumn<QString>("rows");
+        QTest::addColumn<QString>("expected");
+        const auto row = [](const char* name, const char* rows, const char* hits) {
+            QTest::newRow(name) << QString::fromUtf8(rows) << QString::fromUtf8(hits);
+        };
+        row("categoria contenha", "Categoria|contenha|desp", "4 5 6 7 8");
+        row("setor não contenha", "Setor|não contenha|receitas", "4 5 6 7 8");
+        row("setor maior exclui o igual", "Setor|seja maior que|Despesas Fornecedores", "1 2 3 9");
+        row("grupo igual com acento", "Grupo|seja igual a|OCUPAÇÃO", "6 7 8");
+        row("grupo menor", "Grupo|seja menor que|G", "4 5");
+        row("conta contenha acento maiúsculo", "Conta|contenha|ÃES", "1 2 4");
+        row("item curinga", "Item|contenha|P?o", "1 4");
+        row("item maior compara texto", "Item|seja maior que|Conta", "1 3 4 5 8");
+        row("qualquer campo", "Qualquer campo|contenha|fornec", "4 5");
+        row("qualquer campo não contenha", "Qualquer campo|não contenha|a", "1 2 4 5 7 9");
+        row("qualquer campo marca uma vez", "Qualquer campo|contenha|pão", "1 4");
+        // AND binds first whichever side it is on: never (A OR B) AND C.
+        row("e antes de ou",
+            "Categoria|seja igual a|Receitas;Conta|seja igual a|Pães|e o;Conta|seja igual a|Energia|ou",
+            "1 2 8");
+        row("ou antes de e",
+            "Conta|seja igual a|Energia;Categoria|seja igual a|Receitas|ou;Conta|seja igual a|Pães|e o",
+            "1 2 8");
+        row("linha vazia no meio",
+            "Categoria|seja igual a|Despesas;Item|contenha|   |ou;Grupo|contenha|ocupa|e o", "6 7 8");
+        // The link beside the first filled row is the one that joins the second to it.
+        row("primeira linha vazia",
+            "Item|contenha|;Categoria|seja igual a|Despesas|ou;Grupo|contenha|ocupa|e o", "4 5 6 7 8");
+        row("todas vazias", "Item|contenha| ", "");
+        row("demo: não contenha em cada nível", "Qualquer campo|não contenha|a", "?");
+        row("demo: cinco critérios",
+            "Categoria|seja maior que|D;Setor|contenha|e|e o;Item|seja menor que|M|ou;"
+            "Conta|não contenha|o|e o;Grupo|seja igual a|Ocupação|ou",
+            "?");
+        row("demo: apóstrofo dobrado", "Item|contenha|p;Item|contenha|d''agua|ou", "?");
+    }
+    void marksItems()
+    {
+        QFETCH(QString, rows);
+        QFETCH(QString, expected);
+        const bool demo = expected == u"?";
+        OpenCompany fixture(demo
+                ? QStringList {QStringLiteral("INSERT INTO NivelCategoria3 (Codigo, Nome, "
+                                              "CodigoCategoria2) VALUES (300, 'Sem pai', 999)"),
+                    QStringLiteral("INSERT INTO NivelCategoria4 (Codigo, Nome, "
+                                   "CodigoCategoria3, Marca) VALUES (3000, 'Solto', 999, 1), "
+                                   "(3001, 'Órfão', 300, 0)")}
+                : QStringList(),
+            demo ? test::TestCompany::Seed::Demo : test::TestCompany::Seed::Small);
+        search::Prepared prepared = search::prepare(fixture.state);
+        const int hits = search::runSearch(fixture.state, rowsOf(rows), prepared.procura.get());
+        QCOMPARE(fixture.state.searchResult, hits);
+        if (demo) {
+            QVERIFY(hits > 0);
+        } else {
+            QCOMPARE(fixture.marked(), expected);
+            QCOMPARE(hits, int(expected.split(QLatin1Char(' '), Qt::SkipEmptyParts).size()));
+        }
+        const QStringList fast = fixture.snapshot();
+        prepared = search::prepare(fixture.state);
+        QCOMPARE(
+            search::runSearch(fixture.state, rowsOf(rows), prepared.procura.get(), search::Marking::RowByRow),
+            hits);
+        QCOMPARE(fixture.snapshot(), fast);
+    }
+
     void maisOffersOnlyPossibleActions_data()
     {
         QTest::addColumn<QList<int>>("clicks");
@@ -25,7 +114,6 @@ private slots:
         QTest::newRow("mais além de cinco") << QList<int> {0, 0, 0, 0, 0} << 4;
         QTest::newRow("sobe e desce") << QList<int> {0, 0, 0, 0, 1, 1, 0} << 3;
     }
-
     void maisOffersOnlyPossibleActions()
     {
         QFETCH(QList<int>, clicks);
@@ -53,7 +141,6 @@ private slots:
         // Receitas and Pães; the third row was filled, then hidden again.
         QTest::newRow("procurar") << 2 << 2 << QStringLiteral("1 2");
     }
-
     void buttons()
     {
         QFETCH(int, index);
