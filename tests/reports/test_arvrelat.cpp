@@ -61,18 +61,13 @@ struct Opened : OpenCompany {
     {
     }
     // The rows in order, fields joined by blanks, rows by "|".
-    QString reports()
+    QString rows(const char* table, const char* fields)
     {
         return company
-            .scalar("SELECT group_concat(CodigoRelatorio || ' ' || NomeRelatorio, '|') FROM "
-                    "(SELECT * FROM Relatorios ORDER BY CodigoRelatorio)")
-            .toString();
-    }
-    QString items()
-    {
-        return company
-            .scalar("SELECT group_concat(CodigoRelatorio || ' ' || Nivel || ' ' || CodigoConta || ' ' "
-                    "|| Imagem, '|') FROM (SELECT * FROM RelatorioItens ORDER BY CodigoRelatorio, rowid)")
+            .scalar(QStringLiteral(
+                "SELECT group_concat(%1, '|') FROM (SELECT * FROM %2 ORDER BY CodigoRelatorio, rowid)")
+                        .arg(QString::fromLatin1(fields).replace(u' ', QStringLiteral(" || ' ' || ")),
+                            QLatin1String(table)))
             .toString();
     }
 
@@ -169,8 +164,10 @@ private slots:
         QCOMPARE(opened.desktop.boxes.size(), refusal.isEmpty() ? 1 : 2);
         QCOMPARE(opened.desktop.boxes.last().title,
             refusal.isEmpty() ? QStringLiteral("Gravar Relatório") : refusal);
-        QCOMPARE(opened.reports(), reports.isEmpty() ? Reports : reports);
-        QCOMPARE(opened.items(), items.isEmpty() ? SeedItems : items);
+        QCOMPARE(opened.rows("Relatorios", "CodigoRelatorio NomeRelatorio"),
+            reports.isEmpty() ? Reports : reports);
+        QCOMPARE(opened.rows("RelatorioItens", "CodigoRelatorio Nivel CodigoConta Imagem"),
+            items.isEmpty() ? SeedItems : items);
         // Once written, the window edits what it wrote.
         const bool written = answer == vb::Yes && refusal.isEmpty();
         QCOMPARE(opened.window->Modo, written ? 2 : mode);
