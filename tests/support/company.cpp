@@ -25,10 +25,9 @@ namespace varemo::test {
 
 namespace {
 
-// Every rule of the chart has a row to bite on: a category without children; the four special
-// groups, one repeated under an ordinary sector; locked, unlocked and Null Travado; tied and
-// typed items; accents; sales concluded and not; purchases of products and of items; a line
-// without products; a line and a product without a name.
+// Every rule of the chart has a row to bite on: an empty category, the four special groups (one
+// repeated under an ordinary sector), locks Null, on and off, tied and typed items, accents, sales
+// concluded and not, purchases of products and items, lines and products without a name.
 const char* const smallSeed = R"(
 INSERT INTO DadosEmpresa (Nome, Morto, InicioSemana, RetroAtivo) VALUES ('  Padaria Teste Ltda  ', 0, 1, 0);
 INSERT INTO NivelCategoria0 (Codigo, Nome) VALUES (1, 'Receitas'), (2, 'Despesas'), (3, 'Vazia');

@@ -9,15 +9,12 @@
 
 namespace varemo::test {
 
-// A whole installation in a temporary folder, removed with the object: a program folder
-// (Caminho.dad, Sons/, Ajuda/) and a data folder (Empresa.ini, Dados/empresa.mdb seeded). With
-// VAREMO_TEST_ENGINE=postgresql the company is then copied to a fresh database of the test
-// process's PostgreSQL server and Empresa.ini names it, so the program opens it there.
+// A whole installation in a temporary folder, removed with the object. With
+// VAREMO_TEST_ENGINE=postgresql the company is copied to a fresh database of the test
+// process's server and Empresa.ini names it, so the program opens it there.
 class TestCompany {
 public:
-    // Small: a chart known row by row (company.cpp); Empty: the company row only; Demo: the
-    // demo bakery with its year of movements up to demoToday().
-    enum class Seed { Small, Empty, Demo };
+    enum class Seed { Small, Empty, Demo }; // Small: known row by row; Empty: the company row only
     explicit TestCompany(Seed seed = Seed::Small);
     // The last day of the demo's movements, fixed so that report totals are repeatable.
     static QDate demoToday() { return QDate(2026, 3, 31); }
@@ -51,8 +48,7 @@ private:
 
     QTemporaryDir m_dir;
     QString m_connection, m_serverDatabase;
-    QString m_fileStamp, m_serverPosition; // the file's time and size, the server's write position
-                                           // when both were last alike
+    QString m_fileStamp, m_serverPosition; // the file's time and size, the server's WAL position, when alike
     bool m_serverTransaction = false;
 };
 
