@@ -21,8 +21,7 @@ using varemo::test::TestCompany;
 
 namespace {
 
-// Random values from one seed: texts with accents in both cases, apostrophes and the
-// characters Like treats specially.
+// Random values from one seed; texts with accents, apostrophes and Like's special characters.
 struct Draw {
     QRandomGenerator random;
     int below(int n) { return int(random.bounded(n)); }
@@ -238,8 +237,8 @@ private slots:
         m_company.reset();
     }
 
-    // The translated statements of every form the program writes leave the file as the same
-    // statements written by hand for SQLite: DELETE *, the two-table UPDATE, INSERT ... SELECT.
+    // Each form the program writes (DELETE *, the two-table UPDATE, INSERT ... SELECT), translated,
+    // leaves the file as the same statement written by hand for SQLite.
     void statementsDoWhatHandSqlDoes()
     {
         QFETCH_GLOBAL(quint32, seed);
@@ -277,9 +276,8 @@ private slots:
         }
     }
 
-    // Moves, finds, edits, additions and deletions keep the recordset where DAO keeps it
-    // (BOF/EOF, position, count, current row), its rows equal to the file's. A find over random
-    // criteria stops on the next row, in its direction, that SQLite's translated WHERE selects.
+    // Moves, finds and writes keep the recordset where DAO keeps it (BOF/EOF, position, count,
+    // current row), its rows the file's; a find stops where SQLite's translated WHERE selects.
     void recordsetFollowsTheModel()
     {
         QFETCH_GLOBAL(quint32, seed);
