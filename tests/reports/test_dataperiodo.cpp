@@ -28,9 +28,8 @@ struct Opened : test::OpenCompany {
         window->show();
     }
 
-    // One step as the person takes it: "o3" option 3, "t0" period type 0, "s2" week start 2,
-    // "b1" button 1, "esc"; in a date box: "d0=1003" typed from its start (the mask types
-    // over), "c0=2024-04-02" picked in its calendar, "u1" Up.
+    // One step: "o3" option 3, "t0" period type 0, "s2" week start 2, "b1" button 1, "esc"; in a
+    // date box: "d0=1003" typed over its mask, "c0=2024-04-02" picked in its calendar, "u1" Up.
     void run(const QString& step)
     {
         const QChar kind = step[0];

@@ -60,9 +60,8 @@ int pageOf(const Document& document, const QString& text)
     return -1;
 }
 
-// A month of a bakery: an account with three items and its sum, an expense, and two totals,
-// one over adjacent rows and one over scattered rows with a subtraction; special characters
-// in names; a loss; last, names a spreadsheet would run as formulas.
+// A month of a bakery: an account's items and sum, an expense, totals over adjacent and scattered
+// rows with a subtraction, special characters, a loss, and names a spreadsheet would run.
 Table sampleTable()
 {
     using Kind = Line::Kind;
