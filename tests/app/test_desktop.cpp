@@ -251,7 +251,6 @@ private slots:
         Sobre about(m_state, m_desktop);
         QCOMPARE(about.VerVersao->text() + u'|' + about.windowTitle(),
             text + QStringLiteral("|Sobre o Módulo de Plano de Contas"));
-        QVERIFY(about.windowFlags().testFlag(Qt::FramelessWindowHint));
     }
 
     void dragsAndButtons_data()
