@@ -109,19 +109,16 @@ void seedDatabase(const QString& path, const char* seedSql)
             if (!statement.trimmed().isEmpty() && !query.exec(statement))
                 qFatal("TestCompany: seed failed: %s", qPrintable(query.lastError().text()));
         db.commit();
-        db.close();
     }
     QSqlDatabase::removeDatabase(name);
 }
 
 const QString bin = qEnvironmentVariable("VAREMO_PG_BIN", QStringLiteral("/usr/lib/postgresql/15/bin"));
 
-int shell(const QString& command, bool mustWork = true)
+void shell(const QString& command, bool mustWork = true)
 {
-    const int status = std::system(command.toLocal8Bit().constData());
-    if (status != 0 && mustWork)
+    if (std::system(command.toLocal8Bit().constData()) != 0 && mustWork)
         qFatal("PgServer: failed: %s", qPrintable(command));
-    return status;
 }
 
 void stop(const QString& prefix, const QString& folder)
