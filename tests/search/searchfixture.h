@@ -25,8 +25,8 @@ struct OpenCompany {
         state.database = Database::open(company.databasePath());
     }
 
-    // Each row of a Jet query as its cells' texts joined by blanks, booleans as 0 or 1.
-    QStringList rows(const QString& jetQuery)
+    // Each row of a Jet query as its cells' texts joined by blanks, booleans as 0 or 1, rows by "|".
+    QString rows(const QString& jetQuery)
     {
         QStringList texts;
         const auto set = state.database->openRecordset(jetQuery, RecordsetType::Snapshot);
@@ -36,17 +36,17 @@ struct OpenCompany {
                 cells << QString::number(row[i].toInt() != 0);
             texts << cells.join(QLatin1Char(' '));
         }
-        return texts;
+        return texts.join(u'|');
     }
     QString marked()
     {
         return rows(QStringLiteral("SELECT Codigo FROM NivelCategoria4 WHERE Marca = True ORDER BY Codigo"))
-            .join(QLatin1Char(' '));
+            .replace(u'|', u' ');
     }
     // The scratch table and the items' marks, to compare two markings.
-    QStringList snapshot()
+    QString snapshot()
     {
-        return rows(QStringLiteral("SELECT * FROM Procura ORDER BY Codigo")) << marked();
+        return rows(QStringLiteral("SELECT * FROM Procura ORDER BY Codigo")) + u'/' + marked();
     }
 
     TestCompany company;

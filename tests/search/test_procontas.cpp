@@ -96,7 +96,7 @@ private slots:
             QCOMPARE(fixture.marked(), expected);
             QCOMPARE(hits, int(expected.split(QLatin1Char(' '), Qt::SkipEmptyParts).size()));
         }
-        const QStringList fast = fixture.snapshot();
+        const QString fast = fixture.snapshot();
         prepared = search::prepare(fixture.state);
         QCOMPARE(
             search::runSearch(fixture.state, rowsOf(rows), prepared.procura.get(), search::Marking::RowByRow),
@@ -177,7 +177,7 @@ private slots:
     {
         OpenCompany fixture;
         ProContas window(fixture.state, fixture.desktop);
-        const QStringList prepared = fixture.snapshot();
+        const QString prepared = fixture.snapshot();
         window.Conteudo[0]->setText(QStringLiteral("pão"));
         window.BotaoMais_Click(0);
         window.Conteudo[1]->setText(QStringLiteral("d'agua"));
