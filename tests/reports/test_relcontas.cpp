@@ -399,9 +399,8 @@ private slots:
         QTest::newRow("generated, year") << 60 << QDate(2025, 4, 1) << Today << QStringList();
         QTest::newRow("generated, one day")
             << 60 << QDate(2025, 12, 31) << QDate(2025, 12, 31) << QStringList();
-        // The same names, in other letter case, on a second path and a second line: the first
-        // row in name order counts for both, whatever order the rows were stored in. An account
-        // whose group is gone has no path: nothing counts for it.
+        // Names again in other case on a second path and line: the first in name order counts for
+        // both, whatever the stored order. An account whose group is gone counts nothing.
         QTest::newRow("seeded, names on two paths, an account without its group")
             << 0 << QDate(2026, 3, 1) << Today
             << QStringLiteral(
@@ -488,9 +487,8 @@ private slots:
         QCOMPARE(marked(opened.window->Arvore), expected);
     }
 
-    // What a save asks and writes; a refused one writes nothing.
-    // Empty texts: the name box as the window opened it, no box after the question, the
-    // tables as they were.
+    // What a save asks and writes; a refused one writes nothing. Empty texts: the name box as
+    // opened, no box after the question, the tables as they were.
     void save_data()
     {
         QTest::addColumn<int>("mode");
