@@ -198,14 +198,12 @@ void Contas::Salvar(int cancelar)
         return;
     }
     QList<SavedRow> rows;
+    Notice notice;
     try {
         // Rows read inside the save's transaction would keep its changes if it were undone.
         readRest();
         UnitOfWork work(database());
-        if (PaginaAtiva == 1)
-            saveLevelPage(rows);
-        else
-            saveHierarchy(rows);
+        notice = PaginaAtiva == 1 ? saveLevelPage(rows) : saveHierarchy(rows);
         work.commit();
     } catch (const JetError& error) {
         // Nothing was written; the mode stays open to correct the names or cancel.
@@ -218,6 +216,8 @@ void Contas::Salvar(int cancelar)
         m_desktop.msgbox(typed::UnsearchablePrompt, vb::Information, typed::InvalidTitle);
         return;
     }
+    if (notice)
+        m_desktop.msgbox(notice->first, vb::Information, notice->second);
     for (const SavedRow& row : rows)
         placeInTree(row);
     SaiModo();

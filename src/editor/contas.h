@@ -231,8 +231,11 @@ private:
         QString name;
         qint32 parent;
     };
-    void saveHierarchy(QList<SavedRow>& rows);
-    void saveLevelPage(QList<SavedRow>& rows);
+    // The box of a name that already exists, shown once the save's lock is let go: other
+    // workstations' saves would wait on it while the box waits for the user.
+    using Notice = std::optional<std::pair<QString, QString>>;
+    Notice saveHierarchy(QList<SavedRow>& rows);
+    Notice saveLevelPage(QList<SavedRow>& rows);
     qint32 codeOf(int level, const QString& name, qint32 parent);
     qint32 findOrAdd(int level, const QString& name, qint32 parent, QList<SavedRow>& rows);
     // A row the save found that another workstation wrote after the tree was made.

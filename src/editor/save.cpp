@@ -157,7 +157,7 @@ void Contas::noteFound(int level, const Recordset& table, qint32 parent, QList<S
         rows.append({level, code, table.value(QStringLiteral("Nome")).toString(), parent});
 }
 
-void Contas::saveHierarchy(QList<SavedRow>& rows)
+Contas::Notice Contas::saveHierarchy(QList<SavedRow>& rows)
 {
     qint32 edited = 0;
     if (EmAlteracao)
@@ -178,9 +178,7 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
             noteFound(4, items, parent, rows);
             CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
             Gravou = true;
-            m_desktop.msgbox(
-                QStringLiteral("Este item já existe."), vb::Information, QStringLiteral("Item existente"));
-            return;
+            return std::pair(QStringLiteral("Este item já existe."), QStringLiteral("Item existente"));
         }
         items.addNew();
     } else {
@@ -198,6 +196,7 @@ void Contas::saveHierarchy(QList<SavedRow>& rows)
     CodigoGravado = items.value(QStringLiteral("Codigo")).toInt();
     rows.append({4, CodigoGravado, name, parent});
     Gravou = true;
+    return std::nullopt;
 }
 
 qint32 Contas::codeOf(int level, const QString& name, qint32 parent)
@@ -209,7 +208,7 @@ qint32 Contas::codeOf(int level, const QString& name, qint32 parent)
     return currentCode(table);
 }
 
-void Contas::saveLevelPage(QList<SavedRow>& rows)
+Contas::Notice Contas::saveLevelPage(QList<SavedRow>& rows)
 {
     const int level = NivelAtual;
     qint32 edited = 0;
@@ -227,9 +226,8 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
             noteFound(level, table, parent, rows);
             CodigoGravado = table.value(QStringLiteral("Codigo")).toInt();
             Gravou = true;
-            m_desktop.msgbox(QStringLiteral("Este registro já existe no plano de contas."), vb::Information,
+            return std::pair(QStringLiteral("Este registro já existe no plano de contas."),
                 QStringLiteral("Registro já existente"));
-            return;
         }
         table.addNew();
     } else {
@@ -247,6 +245,7 @@ void Contas::saveLevelPage(QList<SavedRow>& rows)
     if (level >= 1 && level <= 3)
         rows.append({level, CodigoGravado, name, parent});
     Gravou = true;
+    return std::nullopt;
 }
 
 void Contas::placeInTree(const SavedRow& row)

@@ -44,12 +44,20 @@ inline QString childList(const QTreeWidgetItem* node)
     return names.join(u'|');
 }
 
-// A desktop that also notes whether the company file was still open when a module started.
+// A desktop that also notes whether the company file was still open when a module started,
+// and fails a box shown while an action still holds the company for writing: other
+// workstations would wait on the box until they gave up.
 class ModuleDesktop : public FakeDesktop {
 public:
     explicit ModuleDesktop(AppState& state)
         : m_state(state)
     {
+    }
+    int msgbox(const QString& prompt, int buttons = vb::OKOnly, const QString& title = {}) override
+    {
+        QTest::qVerify(!(m_state.database && m_state.database->inTransaction()), "box inside a write",
+            qPrintable(title), __FILE__, __LINE__);
+        return FakeDesktop::msgbox(prompt, buttons, title);
     }
     void startModule(int number) override
     {
